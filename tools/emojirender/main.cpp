@@ -47,7 +47,8 @@ int main(int argc, char **argv)
     QGuiApplication app(argc, argv);
     const QStringList args = app.arguments();
     if (args.size() < 3) {
-        std::fprintf(stderr, "usage: %s <font.ttf> <outdir> [size] [first-hex] [last-hex]\n",
+        std::fprintf(stderr,
+                     "usage: %s <font.ttf> <outdir> [size] [first-hex] [last-hex]\n",
                      argv[0]);
         return 2;
     }
@@ -75,7 +76,9 @@ int main(int argc, char **argv)
     qfont.setHintingPreference(QFont::PreferNoHinting);
     const QRawFont font = QRawFont::fromFont(qfont);
     if (!font.isValid() || font.familyName() != families.first()) {
-        std::fprintf(stderr, "font %s did not resolve (got '%s')\n", qPrintable(fontPath),
+        std::fprintf(stderr,
+                     "font %s did not resolve (got '%s')\n",
+                     qPrintable(fontPath),
                      qPrintable(font.familyName()));
         return 1;
     }
@@ -112,8 +115,8 @@ int main(int argc, char **argv)
                 QRgb *dst = reinterpret_cast<QRgb *>(argb.scanLine(y));
                 for (int x = 0; x < glyph.width(); ++x) {
                     const int a = glyph.format() == QImage::Format_Indexed8
-                        ? glyph.pixelIndex(x, y)
-                        : qGray(glyph.pixel(x, y));
+                                      ? glyph.pixelIndex(x, y)
+                                      : qGray(glyph.pixel(x, y));
                     dst[x] = qPremultiply(qRgba(0x30, 0x30, 0x30, a));
                 }
             }
@@ -132,8 +135,7 @@ int main(int argc, char **argv)
         scale = qMin(scale, maxScale);
         const int w = qBound(1, qRound(cropped.width() * scale), size);
         const int h = qBound(1, qRound(cropped.height() * scale), size);
-        const QImage scaled = cropped.scaled(w, h, Qt::IgnoreAspectRatio,
-                                             Qt::SmoothTransformation);
+        const QImage scaled = cropped.scaled(w, h, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 
         QImage out(size, size, QImage::Format_ARGB32_Premultiplied);
         out.fill(Qt::transparent);
@@ -154,7 +156,6 @@ int main(int argc, char **argv)
         ++written;
     }
 
-    std::printf("covered %d, written %d, skipped (empty) %d\n", covered, written,
-                skippedEmpty);
+    std::printf("covered %d, written %d, skipped (empty) %d\n", covered, written, skippedEmpty);
     return written > 0 ? 0 : 1;
 }

@@ -1,0 +1,109 @@
+#include "app/appcontroller.h"
+#include "app/appfonts.h"
+#include "app/appsettings.h"
+#include "app/chatapplication.h"
+#include "app/cocoainitializer.h"
+#include "app/runguard.h"
+#include "app/sparkleautoupdater.h"
+#include "network/firebasereply.h"
+#include "util/util.h"
+
+#include <QDebug>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFont>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QThread>
+
+namespace {
+
+// Connects to the running instance's local server, which shows its window. A launch right after
+// the first one may come before that server listens, so keep trying within the time allowed.
+bool knockOnRunningInstance(const QString &key, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QLocalSocket socket;
+    while (true) {
+        socket.connectToServer(key, QIODevice::ReadWrite);
+        const int remaining = int(qMax<qint64>(0, timeoutMs - timer.elapsed()));
+        if (socket.waitForConnected(remaining))
+            return true;
+        if (timer.elapsed() >= timeoutMs)
+            return false;
+        socket.abort();
+        QThread::msleep(50);
+    }
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QString key = QStringLiteral("tallyra_onlinechat_2e2b303d-cd6a-45d7-a645-a5640bac0cf5");
+    RunGuard guard(key);
+    if (!guard.tryToRun()) {
+        // Another instance runs: knocking on its local server makes it show its window.
+        knockOnRunningInstance(key, 30000);
+        return 0;
+    }
+
+    qDebug() << "START";
+    Util::applyLang();
+
+    qRegisterMetaType<FirebaseReply>("FirebaseReply");
+
+    QString styleSheet;
+    QFile styleFile(QStringLiteral(":/resources/styles/style.css"));
+    if (styleFile.open(QIODevice::ReadOnly)) {
+        styleSheet = QString::fromUtf8(styleFile.readAll());
+        styleFile.close();
+    }
+
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    ChatApplication app(argc, argv);
+
+    Util::installTranslator(app);
+
+    app.setStyleSheet(styleSheet);
+
+    AppFonts::addResourceFonts();
+    AppFonts::installSubstitutions();
+
+    QFont font(QStringLiteral("Museo Sans Cyrl 500"), 12, 500, false);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    font.setStyleStrategy(QFont::PreferAntialias);
+    QApplication::setFont(font);
+
+    // Reads the configuration and adds any extra certificate authorities before the first
+    // connection is made.
+    AppSettings::instance();
+
+    AppController controller;
+    controller.Init();
+
+    QObject::connect(&app,
+                     &ChatApplication::showMainWindow,
+                     &controller,
+                     &AppController::openWindow);
+
+    QCoreApplication::setApplicationName(QStringLiteral("tallyra"));
+
+    QLocalServer server;
+    // We hold the run guard, so a socket file left by a crashed owner is stale: without its
+    // removal a later launch could not raise this instance.
+    QLocalServer::removeServer(key);
+    QObject::connect(&server, &QLocalServer::newConnection, &controller, &AppController::openWindow);
+    QObject::connect(&server, &QLocalServer::newConnection, &server, [] {
+        qDebug() << "SECOND LAUNCH";
+    });
+    server.listen(key);
+
+    CocoaInitializer cocoaInitializer;
+    SparkleAutoUpdater updater(AppSettings::instance()->updateFeedUrl());
+    updater.checkForUpdates();
+
+    return app.exec();
+}
