@@ -15,23 +15,8 @@ font=/usr/share/fonts/truetype/noto/NotoColorEmoji.ttf
 copyright=/usr/share/doc/fonts-noto-color-emoji/copyright
 size=40
 
-as_root() {
-    if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
-}
-
-# Installs the given Debian packages when they are not installed yet.
 ensure_packages() {
-    local missing=()
-    local p
-    for p in "$@"; do
-        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" \
-            || missing+=("$p")
-    done
-    if [ "${#missing[@]}" -gt 0 ]; then
-        echo "Installing: ${missing[*]}"
-        as_root apt-get update -qq
-        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}"
-    fi
+    "$here/setup-deps.sh" "$@"
 }
 
 ensure_packages cmake ninja-build g++ qtbase5-dev fonts-noto-color-emoji optipng

@@ -5,11 +5,7 @@ set -euo pipefail
 out="$1"
 shift
 delay="${SCREENSHOT_DELAY:-4}"
-if [ ! -x /usr/bin/import ]; then
-    sudo=""
-    [ "$(id -u)" -eq 0 ] || sudo="sudo"
-    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq imagemagick
-fi
+"$(dirname "$0")/setup-deps.sh" imagemagick xvfb
 display=":$((90 + RANDOM % 100))"
 Xvfb "$display" -screen 0 1440x900x24 -nolisten tcp >/dev/null 2>&1 &
 xvfb=$!

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, running and testing the console need.
-# Only what is missing is installed; run as root or with sudo available.
+# Installs the Debian packages that building, running and testing the console need, or with
+# arguments just the packages named. Only what is missing is installed, with sudo when not root.
+# usage: tools/setup-deps.sh [PACKAGE...]
 set -euo pipefail
 
 packages=(
@@ -13,6 +14,10 @@ packages=(
     # headless runs and screenshots, formatting check
     xvfb xauth clang-format
 )
+
+if [ "$#" -gt 0 ]; then
+    packages=("$@")
+fi
 
 missing=()
 for p in "${packages[@]}"; do
