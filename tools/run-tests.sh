@@ -5,4 +5,4 @@ cd "$(dirname "$0")/.."
 tools/setup-deps.sh
 tools/build.sh
 cd build
-ctest --output-on-failure --timeout 600 -j "$(nproc)"
+ctest --output-on-failure --timeout 600 -j "$(nproc)" -LE bench
