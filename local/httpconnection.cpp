@@ -1,0 +1,210 @@
+#include "local/httpconnection.h"
+
+#include "local/faultinjector.h"
+#include "local/httprouter.h"
+#include "local/websocketconnection.h"
+
+#include <QJsonObject>
+#include <QTcpSocket>
+
+#include <exception>
+
+HttpConnection::HttpConnection(QTcpSocket *socket,
+                               bool secure,
+                               const HttpRouter *router,
+                               const FaultInjector *faults,
+                               const Settings &settings,
+                               QObject *parent)
+    : QObject(parent)
+    , m_socket(socket)
+    , m_secure(secure)
+    , m_router(router)
+    , m_faults(faults)
+    , m_settings(settings)
+    , m_parser(settings.limits)
+{
+    m_socket->setParent(this);
+    m_timer.setSingleShot(true);
+    connect(&m_timer, &QTimer::timeout, this, &HttpConnection::onTimeout);
+    connect(m_socket, &QTcpSocket::readyRead, this, &HttpConnection::processInput);
+    connect(m_socket, &QTcpSocket::disconnected, this, &HttpConnection::onDisconnected);
+    connect(m_socket,
+            &QAbstractSocket::errorOccurred,
+            this,
+            [this](QAbstractSocket::SocketError error) {
+                if (error != QAbstractSocket::RemoteHostClosedError)
+                    m_socket->abort();
+            });
+    armTimer();
+}
+
+HttpConnection::~HttpConnection()
+{
+    if (m_socket)
+        m_socket->disconnect(this);
+}
+
+void HttpConnection::armTimer()
+{
+    if (m_waiting || m_closing) {
+        m_timer.stop();
+        return;
+    }
+    if (m_requestStarted) {
+        if (!m_timer.isActive() || m_timer.interval() != m_settings.requestTimeoutMs)
+            m_timer.start(m_settings.requestTimeoutMs);
+    } else {
+        m_timer.start(m_settings.idleTimeoutMs);
+    }
+}
+
+void HttpConnection::onTimeout()
+{
+    if (m_requestStarted)
+        refuse(408, "Request timed out");
+    else
+        m_socket->disconnectFromHost();
+}
+
+void HttpConnection::onDisconnected()
+{
+    m_timer.stop();
+    if (m_finished)
+        return;
+    m_finished = true;
+    emit finished();
+}
+
+void HttpConnection::processInput()
+{
+    if (m_waiting || m_closing || !m_socket)
+        return;
+    m_buffer.append(m_socket->readAll());
+    while (!m_waiting && !m_closing && m_socket) {
+        if (m_buffer.isEmpty() && m_parser.isIdle()) {
+            m_requestStarted = false;
+            break;
+        }
+        const bool wasStarted = m_requestStarted;
+        m_requestStarted = true;
+        const HttpRequestParser::Status status = m_parser.feed(m_buffer);
+        if (m_parser.takeContinueRequest())
+            m_socket->write("HTTP/1.1 100 Continue\r\n\r\n");
+        if (status == HttpRequestParser::Status::NeedMore) {
+            if (!wasStarted)
+                m_timer.stop(); // the request timer starts with its first byte
+            break;
+        }
+        if (status == HttpRequestParser::Status::Error) {
+            refuse(m_parser.errorStatus(), m_parser.errorMessage());
+            return;
+        }
+        HttpRequest request = m_parser.takeRequest();
+        m_requestStarted = false;
+        m_timer.stop();
+        dispatch(std::move(request));
+    }
+    if (m_socket)
+        armTimer();
+}
+
+void HttpConnection::refuse(int status, const QByteArray &message)
+{
+    HttpResponse response = HttpResponse::json(status,
+                                               QJsonObject{{"error", QString::fromUtf8(message)}});
+    response.setClosesConnection(true);
+    send(response, false, false);
+}
+
+HttpResponse HttpConnection::route(const HttpRequest &request) const
+{
+    const int failure = m_faults ? m_faults->failureStatus(request.path) : 0;
+    if (failure > 0)
+        return HttpResponse::json(failure, QJsonObject{{"error", "Injected failure"}});
+    const HttpRouter::Handler *handler = m_router->find(request.path);
+    if (!handler)
+        return HttpResponse::json(404, QJsonObject{{"error", "Not Found"}});
+    // A handler's failure costs one answer, never the service.
+    try {
+        return (*handler)(request);
+    } catch (const std::exception &) {
+        return HttpResponse::json(500, QJsonObject{{"error", "Internal error"}});
+    }
+}
+
+void HttpConnection::dispatch(HttpRequest request)
+{
+    request.peerAddress = m_socket->peerAddress();
+    request.secure = m_secure;
+    if (request.isWebSocketUpgrade() && m_router->findWebSocket(request.path)) {
+        upgrade(request);
+        return;
+    }
+    const bool keepAlive = request.keepAlive();
+    const bool head = request.method == "HEAD";
+    const HttpResponse response = route(request);
+    const int delay = m_faults ? m_faults->replyDelay() : 0;
+    if (delay <= 0) {
+        send(response, keepAlive, head);
+        return;
+    }
+    // Later pipelined requests wait behind this one, so answers keep their order.
+    m_waiting = true;
+    m_timer.stop();
+    QTimer::singleShot(delay, this, [this, response, keepAlive, head] {
+        m_waiting = false;
+        send(response, keepAlive, head);
+        processInput();
+    });
+}
+
+void HttpConnection::upgrade(const HttpRequest &request)
+{
+    const HttpRouter::WebSocketRoute *route = m_router->findWebSocket(request.path);
+    const QByteArray key = request.header("sec-websocket-key");
+    if (request.header("sec-websocket-version") != "13") {
+        HttpResponse response = HttpResponse::text(426, "Unsupported websocket version");
+        response.setHeader("Sec-WebSocket-Version", "13");
+        send(response, request.keepAlive(), false);
+        return;
+    }
+    if (!request.headerHasToken("connection", "upgrade")
+        || QByteArray::fromBase64(key).size() != 16) {
+        send(HttpResponse::text(400, "Malformed websocket upgrade"), request.keepAlive(), false);
+        return;
+    }
+    HttpResponse refusal(400);
+    if (route->check && !route->check(request, &refusal)) {
+        send(refusal, request.keepAlive(), false);
+        return;
+    }
+    m_socket->write("HTTP/1.1 101 Switching Protocols\r\n"
+                    "Upgrade: websocket\r\n"
+                    "Connection: Upgrade\r\n"
+                    "Sec-WebSocket-Accept: "
+                    + WebSocketConnection::acceptKey(key) + "\r\n\r\n");
+    m_timer.stop();
+    m_closing = true;
+    QTcpSocket *socket = m_socket;
+    socket->disconnect(this);
+    m_socket = nullptr;
+    auto *webSocket = new WebSocketConnection(socket, m_buffer);
+    m_buffer.clear();
+    route->accepted(webSocket, request);
+    webSocket->start();
+    m_finished = true;
+    emit finished();
+}
+
+void HttpConnection::send(const HttpResponse &response, bool keepAlive, bool omitBody)
+{
+    if (!m_socket)
+        return;
+    const bool keep = keepAlive && !response.closesConnection();
+    m_socket->write(response.serialize(keep, omitBody));
+    if (!keep) {
+        m_closing = true;
+        m_timer.stop();
+        m_socket->disconnectFromHost();
+    }
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "local/httprequest.h"
+
+#include <QByteArray>
+
+struct HttpRequestLimits
+{
+    int maxRequestLine = 8 * 1024;
+    int maxHeaderBytes = 64 * 1024;
+    int maxHeaders = 100;
+    qint64 maxBodyBytes = 64 * 1024 * 1024;
+};
+
+// Incremental HTTP/1.x request reader: fed whatever bytes arrived, it consumes exactly one
+// request at a time, so bytes of a pipelined next request stay in the caller's buffer.
+class HttpRequestParser
+{
+public:
+    using Limits = HttpRequestLimits;
+
+    enum class Status { NeedMore, Complete, Error };
+
+    explicit HttpRequestParser(const Limits &limits = Limits());
+
+    // Consumes bytes from the front of buffer.
+    Status feed(QByteArray &buffer);
+    HttpRequest takeRequest();
+    void reset();
+
+    // True once after the headers of a request that asked "Expect: 100-continue" and still
+    // has a body to send.
+    bool takeContinueRequest();
+    bool isIdle() const { return m_state == State::RequestLine && m_consumed == 0; }
+
+    int errorStatus() const { return m_errorStatus; }
+    QByteArray errorMessage() const { return m_errorMessage; }
+
+private:
+    enum class State {
+        RequestLine,
+        Headers,
+        Body,
+        ChunkSize,
+        ChunkData,
+        ChunkDataEnd,
+        Trailers,
+        Done
+    };
+
+    // Takes one line (without its line end) from buffer; false when none is complete yet.
+    bool takeLine(QByteArray &buffer, QByteArray *line, int limit);
+    Status fail(int status, const QByteArray &message);
+    Status parseRequestLine(const QByteArray &line);
+    Status parseHeader(const QByteArray &line);
+    Status headersDone();
+
+    Limits m_limits;
+    State m_state = State::RequestLine;
+    HttpRequest m_request;
+    qint64 m_remaining = 0;
+    qint64 m_consumed = 0;
+    int m_headerBytes = 0;
+    bool m_continue = false;
+    int m_errorStatus = 0;
+    QByteArray m_errorMessage;
+};

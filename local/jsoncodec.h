@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonValue>
+
+// JSON text <-> QJsonValue for any value, scalars included: the database stores and answers
+// bare strings, numbers and booleans, which QJsonDocument alone cannot read or write.
+namespace JsonCodec {
+
+QByteArray encode(const QJsonValue &value, bool pretty = false);
+// False when the text is not exactly one JSON value.
+bool decode(const QByteArray &text, QJsonValue *value);
+
+} // namespace JsonCodec

@@ -1,0 +1,302 @@
+#include "local/localservice.h"
+
+#include "local/faultinjector.h"
+#include "local/httpserver.h"
+#include "local/identityendpoints.h"
+#include "local/pushidgenerator.h"
+#include "local/realtimedatabase.h"
+#include "local/realtimesockethandler.h"
+#include "local/restdatabasehandler.h"
+#include "local/snapshotstore.h"
+#include "local/tlscertificates.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QHostInfo>
+#include <QSaveFile>
+
+namespace {
+
+bool resolveAddress(const QString &host, QHostAddress *address)
+{
+    if (address->setAddress(host))
+        return true;
+    if (host == QLatin1String("localhost")) {
+        *address = QHostAddress(QHostAddress::LocalHost);
+        return true;
+    }
+    const QHostInfo info = QHostInfo::fromName(host);
+    if (info.addresses().isEmpty())
+        return false;
+    *address = info.addresses().first();
+    return true;
+}
+
+} // namespace
+
+LocalService::LocalService(const Options &options, QObject *parent)
+    : QObject(parent)
+    , m_options(options)
+    , m_pushIds(std::make_unique<PushIdGenerator>())
+    , m_faults(new FaultInjector(this))
+    , m_database(new RealtimeDatabase(this))
+    , m_server(new HttpServer(this))
+{
+    m_faults->setReplyDelay(options.replyDelayMs);
+    m_faults->setRefuseTokenRefresh(options.refuseTokenRefresh);
+}
+
+LocalService::~LocalService()
+{
+    stop();
+}
+
+bool LocalService::prepareTokens(QString *error)
+{
+    const QString secretFile = QDir(m_options.dataDirectory)
+                                   .absoluteFilePath(QStringLiteral("secret"));
+    const QByteArray secret = TokenIssuer::loadOrCreateSecret(secretFile, error);
+    if (secret.isEmpty())
+        return false;
+    m_tokens = std::make_unique<TokenIssuer>(secret, m_options.databaseNamespace);
+    m_tokens->setIdTokenLifetime(m_options.tokenLifetime);
+    return true;
+}
+
+bool LocalService::start(QString *error)
+{
+    if (m_options.dataDirectory.isEmpty() || !QDir().mkpath(m_options.dataDirectory)) {
+        *error = QStringLiteral("cannot use the data directory \"%1\"").arg(m_options.dataDirectory);
+        return false;
+    }
+    if (!resolveAddress(m_options.host, &m_address)) {
+        *error = QStringLiteral("cannot resolve %1").arg(m_options.host);
+        return false;
+    }
+    if (!prepareTokens(error))
+        return false;
+    if (!m_options.plain) {
+        m_certificates = std::make_unique<TlsCertificates>(m_options.dataDirectory);
+        if (!m_certificates->prepare(error))
+            return false;
+        m_server->setTlsConfiguration(m_certificates->serverConfiguration());
+    }
+
+    m_snapshots = new SnapshotStore(m_database,
+                                    QDir(m_options.dataDirectory)
+                                        .absoluteFilePath(QStringLiteral("database.json")),
+                                    this);
+    m_snapshots->setBatchInterval(m_options.saveIntervalMs);
+    bool found = false;
+    if (m_options.reset) {
+        m_database->replaceRoot(m_options.seed);
+        if (!m_snapshots->save(error))
+            return false;
+    } else {
+        if (!m_snapshots->load(&found, error))
+            return false;
+        if (!found)
+            m_database->replaceRoot(m_options.seed);
+    }
+
+    m_server->setConnectionSettings(m_options.http);
+    m_server->setFaultInjector(m_faults);
+    installRoutes();
+    if (!m_server->listen(m_address, m_options.port)) {
+        *error = QStringLiteral("cannot listen on %1:%2: %3")
+                     .arg(m_options.host)
+                     .arg(m_options.port)
+                     .arg(m_server->errorString());
+        return false;
+    }
+    m_realtime->setFallbackHost(hostAndPort());
+    m_faults->setDropStreamsInterval(m_options.dropStreamsEveryMs);
+    return writeEnvFile(error);
+}
+
+void LocalService::installRoutes()
+{
+    HttpRouter &router = m_server->router();
+    router.addExact(QStringLiteral("/probe"), [](const HttpRequest &) { return HttpResponse(204); });
+
+    m_identity = std::make_unique<IdentityEndpoints>(m_tokens.get(), m_faults);
+    m_identity->setApiKey(m_options.apiKey);
+    m_identity->install(router, m_options.identityBasePath, m_options.tokenBasePath);
+
+    m_rest = std::make_unique<RestDatabaseHandler>(m_database,
+                                                   m_tokens.get(),
+                                                   m_pushIds.get(),
+                                                   m_options.databaseNamespace,
+                                                   m_options.plain);
+    const bool verbose = m_options.verbose;
+    router.addSuffix(QStringLiteral(".json"), [this, verbose](const HttpRequest &request) {
+        HttpResponse response = m_rest->handle(request);
+        // The path only: the query carries the auth token.
+        if (verbose)
+            qInfo().noquote() << request.method << request.path << response.status();
+        return response;
+    });
+
+    RealtimeSession::Context context;
+    context.database = m_database;
+    context.tokens = m_tokens.get();
+    context.faults = m_faults;
+    context.emulatorCredentials = m_options.plain;
+    m_realtime = new RealtimeSocketHandler(context, m_options.databaseNamespace, this);
+    m_realtime->install(router);
+    connect(m_faults,
+            &FaultInjector::dropStreamsRequested,
+            m_realtime,
+            &RealtimeSocketHandler::dropAll);
+}
+
+void LocalService::stop()
+{
+    if (!m_snapshots)
+        return;
+    m_faults->setDropStreamsInterval(0);
+    m_server->close();
+    // Connections and sessions go with their owners; listeners are unregistered on the way.
+    const auto connections = m_server->findChildren<HttpConnection *>(QString(),
+                                                                      Qt::FindDirectChildrenOnly);
+    qDeleteAll(connections);
+    delete m_realtime;
+    m_realtime = nullptr;
+    m_snapshots->flush();
+    delete m_snapshots;
+    m_snapshots = nullptr;
+}
+
+bool LocalService::isRunning() const
+{
+    return m_server->isListening();
+}
+
+quint16 LocalService::port() const
+{
+    return m_server->serverPort();
+}
+
+QString LocalService::hostAndPort() const
+{
+    QString host = m_options.host;
+    if (m_address == QHostAddress::AnyIPv4 || m_address == QHostAddress::Any
+        || m_address == QHostAddress::AnyIPv6)
+        host = QStringLiteral("127.0.0.1");
+    else if (m_address.protocol() == QAbstractSocket::IPv6Protocol && !host.startsWith('['))
+        host = QLatin1Char('[') + host + QLatin1Char(']');
+    return host + QLatin1Char(':') + QString::number(port());
+}
+
+QString LocalService::baseUrl() const
+{
+    return (m_options.plain ? QStringLiteral("http://") : QStringLiteral("https://"))
+           + hostAndPort();
+}
+
+QString LocalService::caFile() const
+{
+    return m_certificates ? m_certificates->caFile() : QString();
+}
+
+QList<QSslCertificate> LocalService::caCertificates() const
+{
+    return m_certificates ? m_certificates->caCertificates() : QList<QSslCertificate>();
+}
+
+QString LocalService::envFile() const
+{
+    return QDir(m_options.dataDirectory).absoluteFilePath(QStringLiteral("env"));
+}
+
+bool LocalService::writeEnvFile(QString *error) const
+{
+    const QString base = baseUrl();
+    const auto joined = [&base](const QString &path) -> QString {
+        QString prefix = path;
+        while (prefix.endsWith(QLatin1Char('/')))
+            prefix.chop(1);
+        if (!prefix.isEmpty() && !prefix.startsWith(QLatin1Char('/')))
+            prefix.prepend(QLatin1Char('/'));
+        return base + prefix;
+    };
+    QStringList lines{
+        QStringLiteral("TALLYRA_API_HOST=") + hostAndPort(),
+        QStringLiteral("TALLYRA_DATABASE_URL=") + base,
+        QStringLiteral("TALLYRA_DATABASE_NS=") + m_options.databaseNamespace,
+        QStringLiteral("TALLYRA_IDENTITY_URL=") + joined(m_options.identityBasePath),
+        QStringLiteral("TALLYRA_TOKEN_URL=") + joined(m_options.tokenBasePath),
+        QStringLiteral("TALLYRA_PROBE_URL=") + base + QStringLiteral("/probe"),
+    };
+    if (!m_options.plain)
+        lines.append(QStringLiteral("TALLYRA_CA_FILE=") + caFile());
+    QSaveFile file(envFile());
+    const QByteArray text = (lines.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8();
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
+        *error = QStringLiteral("cannot write %1: %2").arg(envFile(), file.errorString());
+        return false;
+    }
+    return true;
+}
+
+QByteArray LocalService::mintCustomToken(qint64 serviceId,
+                                         qint64 accountId,
+                                         const QString &userKey) const
+{
+    return m_tokens ? m_tokens->mintCustomToken(serviceId, accountId, userKey) : QByteArray();
+}
+
+TokenIssuer::Grant LocalService::signIn(qint64 serviceId,
+                                        qint64 accountId,
+                                        const QString &userKey) const
+{
+    if (!m_tokens)
+        return {};
+    const TokenIssuer::Check check = m_tokens->verifyCustomToken(
+        m_tokens->mintCustomToken(serviceId, accountId, userKey));
+    return m_tokens->signIn(check.identity);
+}
+
+void LocalService::setTokenLifetime(int seconds)
+{
+    m_options.tokenLifetime = seconds;
+    if (m_tokens)
+        m_tokens->setIdTokenLifetime(seconds);
+}
+
+HttpRouter &LocalService::router()
+{
+    return m_server->router();
+}
+
+int LocalService::realtimeSessionCount() const
+{
+    return m_realtime ? m_realtime->sessionCount() : 0;
+}
+
+bool LocalService::saveNow(QString *error)
+{
+    if (!m_snapshots)
+        return false;
+    return m_snapshots->save(error);
+}
+
+QByteArray LocalService::mintCustomToken(const QString &dataDirectory,
+                                         const QString &databaseNamespace,
+                                         qint64 serviceId,
+                                         qint64 accountId,
+                                         const QString &userKey,
+                                         QString *error)
+{
+    if (!QDir().mkpath(dataDirectory)) {
+        *error = QStringLiteral("cannot use the data directory \"%1\"").arg(dataDirectory);
+        return {};
+    }
+    const QByteArray secret = TokenIssuer::loadOrCreateSecret(QDir(dataDirectory)
+                                                                  .absoluteFilePath(
+                                                                      QStringLiteral("secret")),
+                                                              error);
+    if (secret.isEmpty())
+        return {};
+    return TokenIssuer(secret, databaseNamespace).mintCustomToken(serviceId, accountId, userKey);
+}

@@ -1,0 +1,128 @@
+#pragma once
+
+#include "local/databasepath.h"
+#include "local/databasequery.h"
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QObject>
+#include <QVector>
+
+#include <map>
+#include <memory>
+#include <unordered_set>
+
+// One change as a listener sees it: the value at path replaced (Put) or the relative paths of
+// an object set one by one (Merge). Events are shared by every listener at the same location,
+// so the encoded message is cached on the event.
+struct DatabaseEvent
+{
+    enum class Kind { Put, Merge };
+
+    Kind kind = Kind::Put;
+    DatabasePath path;
+    QJsonValue data;
+    qint64 tag = -1; // the listen's tag for a filtered query, -1 otherwise
+    mutable QByteArray encoded;
+};
+
+class DatabaseObserver
+{
+public:
+    virtual ~DatabaseObserver() = default;
+    // Called during the write, before the writer is answered. Must not change listeners or data.
+    virtual void databaseEvent(const DatabaseEvent &event) = 0;
+};
+
+// The JSON tree of the realtime database: reads, validated writes with server values, and the
+// registry of listeners that every overlapping write is pushed to.
+class RealtimeDatabase : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct MergeChild
+    {
+        DatabasePath relative;
+        QJsonValue value;
+    };
+
+    explicit RealtimeDatabase(QObject *parent = nullptr);
+    ~RealtimeDatabase() override;
+
+    QJsonValue value(const DatabasePath &path) const;
+    // Each child object replaced by true, as REST's shallow=true reads.
+    QJsonValue shallowValue(const DatabasePath &path) const;
+    // The hash clients compare for conditional writes; empty for no data.
+    QString hash(const DatabasePath &path) const;
+
+    // Checks keys and sizes and resolves server values ({".sv": ...}) into what will be stored
+    // at path. A null result deletes.
+    bool prepareValue(const DatabasePath &path,
+                      const QJsonValue &raw,
+                      qint64 nowMs,
+                      QJsonValue *prepared,
+                      QString *error) const;
+    // The same for an update's children; keys are relative paths and none may be the ancestor
+    // of another.
+    bool prepareMerge(const DatabasePath &path,
+                      const QJsonObject &raw,
+                      qint64 nowMs,
+                      QVector<MergeChild> *children,
+                      QString *error) const;
+
+    // Writes prepared values and pushes them to the listeners.
+    void set(const DatabasePath &path, const QJsonValue &prepared);
+    void merge(const DatabasePath &path, const QVector<MergeChild> &children);
+
+    // Replaces everything without telling listeners (loading, reset).
+    void replaceRoot(const QJsonValue &root);
+
+    // tag -1: a plain listen, sent every write that overlaps path. Otherwise a filtered query,
+    // sent its whole filtered value again on each overlapping write.
+    void addListener(DatabaseObserver *observer,
+                     const DatabasePath &path,
+                     qint64 tag,
+                     const DatabaseQuery &query = DatabaseQuery());
+    void removeListener(DatabaseObserver *observer, const DatabasePath &path, qint64 tag);
+    int listenerCount() const { return m_listenerCount; }
+
+signals:
+    // After every write; the snapshot store batches saves on it.
+    void changed();
+
+private:
+    struct Node;
+    struct ListenNode;
+    struct ListenEntry
+    {
+        DatabaseObserver *observer;
+        qint64 tag;
+        DatabaseQuery query;
+    };
+    using ObserverSet = std::unordered_set<DatabaseObserver *>;
+
+    const Node *find(const DatabasePath &path) const;
+    void place(const DatabasePath &path, std::unique_ptr<Node> node);
+    bool normalize(const DatabasePath &at,
+                   const QJsonValue &raw,
+                   qint64 nowMs,
+                   int depth,
+                   QJsonValue *out,
+                   QString *error) const;
+
+    void notifyPut(const DatabasePath &path);
+    void notifyMerge(const DatabasePath &path, const QVector<MergeChild> &children);
+    void putToDescendants(const ListenNode *node, const DatabasePath &at, ObserverSet &served);
+    void mergeToDescendants(const ListenNode *node,
+                            const DatabasePath &at,
+                            const DatabasePath &writePath,
+                            const QVector<MergeChild> &children,
+                            ObserverSet &served);
+    void sendTagged(const ListenEntry &entry, const DatabasePath &at);
+
+    std::unique_ptr<Node> m_root;
+    std::unique_ptr<ListenNode> m_listeners;
+    int m_listenerCount = 0;
+};

@@ -1,0 +1,213 @@
+#include "local/restdatabasehandler.h"
+
+#include "local/databasequery.h"
+#include "local/jsoncodec.h"
+#include "local/pushidgenerator.h"
+#include "local/realtimedatabase.h"
+#include "local/tokenissuer.h"
+
+#include <QDateTime>
+#include <QJsonObject>
+
+namespace {
+
+HttpResponse error(int status, const QString &message)
+{
+    return HttpResponse::json(status, QJsonObject{{"error", message}});
+}
+
+HttpResponse permissionDenied()
+{
+    return error(401, QStringLiteral("Permission denied"));
+}
+
+} // namespace
+
+RestDatabaseHandler::RestDatabaseHandler(RealtimeDatabase *database,
+                                         const TokenIssuer *tokens,
+                                         PushIdGenerator *pushIds,
+                                         const QString &databaseNamespace,
+                                         bool emulatorCredentials)
+    : m_database(database)
+    , m_tokens(tokens)
+    , m_pushIds(pushIds)
+    , m_namespace(databaseNamespace)
+    , m_emulatorCredentials(emulatorCredentials)
+{}
+
+bool RestDatabaseHandler::authenticate(const HttpRequest &request,
+                                       AuthIdentity *identity,
+                                       HttpResponse *refusal) const
+{
+    QByteArray token = request.queryItem(QStringLiteral("auth")).toUtf8();
+    if (token.isEmpty())
+        token = request.queryItem(QStringLiteral("access_token")).toUtf8();
+    if (token.isEmpty()) {
+        const QByteArray authorization = request.header("authorization");
+        if (authorization.startsWith("Bearer ") || authorization.startsWith("bearer "))
+            token = authorization.mid(7).trimmed();
+    }
+    if (token.isEmpty()) {
+        *identity = AuthIdentity::anonymous();
+        return true;
+    }
+    const TokenIssuer::Check check = m_tokens->verifyIdToken(token, m_emulatorCredentials);
+    switch (check.verdict) {
+    case TokenIssuer::Verdict::Valid:
+        *identity = check.identity;
+        return true;
+    case TokenIssuer::Verdict::Expired:
+        *refusal = error(401, QStringLiteral("Auth token is expired"));
+        return false;
+    case TokenIssuer::Verdict::Invalid:
+        break;
+    }
+    *refusal = error(401, QStringLiteral("Could not parse auth token."));
+    return false;
+}
+
+HttpResponse RestDatabaseHandler::handle(const HttpRequest &request)
+{
+    HttpResponse response = [&] {
+        if (request.method == "OPTIONS") {
+            HttpResponse preflight(200);
+            preflight.setHeader("Access-Control-Allow-Methods",
+                                "GET, PUT, POST, PATCH, DELETE, OPTIONS");
+            preflight.setHeader("Access-Control-Allow-Headers",
+                                "Authorization, Content-Type, If-Match, X-Firebase-ETag, "
+                                "X-HTTP-Method-Override");
+            preflight.setHeader("Access-Control-Max-Age", "3600");
+            return preflight;
+        }
+        const QString ns = request.queryItem(QStringLiteral("ns"));
+        if (!ns.isEmpty() && ns != m_namespace)
+            return error(404, QStringLiteral("Database %1 not found").arg(ns));
+
+        QString pathText = request.path;
+        pathText.chop(5); // ".json"
+        DatabasePath path;
+        QString pathError;
+        if (!DatabasePath::parse(pathText, &path, &pathError))
+            return error(400, pathError);
+
+        AuthIdentity auth;
+        HttpResponse refusal;
+        if (!authenticate(request, &auth, &refusal))
+            return refusal;
+
+        QByteArray method = request.method;
+        const QByteArray override = request.header("x-http-method-override").toUpper();
+        if (method == "POST" && !override.isEmpty())
+            method = override;
+        if (method == "GET" || method == "HEAD")
+            return read(request, path, auth);
+        if (method == "PUT" || method == "PATCH" || method == "POST" || method == "DELETE")
+            return write(request, method, path, auth);
+        HttpResponse notAllowed = error(405, QStringLiteral("Method not allowed"));
+        notAllowed.setHeader("Allow", "GET, PUT, POST, PATCH, DELETE, OPTIONS");
+        return notAllowed;
+    }();
+    response.setHeader("Access-Control-Allow-Origin", "*");
+    response.setHeader("Cache-Control", "no-cache");
+    return response;
+}
+
+QByteArray RestDatabaseHandler::etag(const DatabasePath &path) const
+{
+    const QString hash = m_database->hash(path);
+    return hash.isEmpty() ? QByteArray("null_etag") : hash.toLatin1();
+}
+
+HttpResponse RestDatabaseHandler::read(const HttpRequest &request,
+                                       const DatabasePath &path,
+                                       const AuthIdentity &auth)
+{
+    if (!auth.canAccess(path))
+        return permissionDenied();
+    DatabaseQuery query;
+    QString queryError;
+    if (!DatabaseQuery::fromRest(request.query, &query, &queryError))
+        return error(400, queryError);
+    const bool shallow = request.queryItem(QStringLiteral("shallow")) == QLatin1String("true");
+    if (shallow && !query.isDefault())
+        return error(400,
+                     QStringLiteral("Mixing 'shallow' and querying parameters is not supported"));
+
+    const QString print = request.queryItem(QStringLiteral("print"));
+    HttpResponse response = print == QLatin1String("silent")
+                                ? HttpResponse(204)
+                                : HttpResponse::json(200,
+                                                     shallow ? m_database->shallowValue(path)
+                                                             : query.apply(m_database->value(path)),
+                                                     print == QLatin1String("pretty"));
+    if (request.header("x-firebase-etag") == "true")
+        response.setHeader("ETag", etag(path));
+    return response;
+}
+
+HttpResponse RestDatabaseHandler::write(const HttpRequest &request,
+                                        const QByteArray &method,
+                                        const DatabasePath &path,
+                                        const AuthIdentity &auth)
+{
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const bool silent = request.queryItem(QStringLiteral("print")) == QLatin1String("silent");
+    const bool pretty = request.queryItem(QStringLiteral("print")) == QLatin1String("pretty");
+
+    QJsonValue body;
+    if (method != "DELETE" && !JsonCodec::decode(request.body, &body))
+        return error(400,
+                     QStringLiteral("Invalid data; couldn't parse JSON object, array, or value."));
+
+    if (method == "PATCH") {
+        if (!body.isObject())
+            return error(400,
+                         QStringLiteral("Invalid data; couldn't parse JSON object. Are you sending "
+                                        "a JSON object with valid key names?"));
+        QVector<RealtimeDatabase::MergeChild> children;
+        QString invalid;
+        if (!m_database->prepareMerge(path, body.toObject(), now, &children, &invalid))
+            return error(400, invalid);
+        for (const auto &child : qAsConst(children)) {
+            if (!auth.canAccess(path.child(child.relative)))
+                return permissionDenied();
+        }
+        // An empty update changes nothing, wherever it points.
+        m_database->merge(path, children);
+        QJsonObject echo;
+        for (const auto &child : qAsConst(children))
+            echo.insert(child.relative.toWireString(),
+                        m_database->value(path.child(child.relative)));
+        return silent ? HttpResponse(204) : HttpResponse::json(200, echo, pretty);
+    }
+
+    DatabasePath target = path;
+    QString pushName;
+    if (method == "POST") {
+        pushName = m_pushIds->next(now);
+        target = path.child(pushName);
+    }
+    if (!auth.canAccess(target))
+        return permissionDenied();
+    const QByteArray ifMatch = request.header("if-match");
+    if (!ifMatch.isEmpty() && ifMatch != etag(target)) {
+        HttpResponse mismatch = error(412, QStringLiteral("ETag mismatch."));
+        mismatch.setHeader("ETag", etag(target));
+        return mismatch;
+    }
+    QJsonValue prepared;
+    QString invalid;
+    if (!m_database->prepareValue(target, body, now, &prepared, &invalid))
+        return error(400, invalid);
+    m_database->set(target, prepared);
+    if (silent)
+        return HttpResponse(204);
+    HttpResponse response;
+    if (method == "POST")
+        response = HttpResponse::json(200, QJsonObject{{"name", pushName}}, pretty);
+    else
+        response = HttpResponse::json(200, m_database->value(target), pretty);
+    if (request.header("x-firebase-etag") == "true")
+        response.setHeader("ETag", etag(target));
+    return response;
+}

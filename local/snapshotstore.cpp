@@ -1,0 +1,95 @@
+#include "local/snapshotstore.h"
+
+#include "local/jsoncodec.h"
+#include "local/realtimedatabase.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QSaveFile>
+
+SnapshotStore::SnapshotStore(RealtimeDatabase *database, const QString &fileName, QObject *parent)
+    : QObject(parent)
+    , m_database(database)
+    , m_fileName(fileName)
+{
+    // Not restarted by later changes: a steady stream of writes is still saved every interval.
+    m_timer.setSingleShot(true);
+    m_timer.setInterval(1000);
+    connect(&m_timer, &QTimer::timeout, this, &SnapshotStore::saveInBackground);
+    connect(m_database, &RealtimeDatabase::changed, this, &SnapshotStore::onChanged);
+    m_writer.setMaxThreadCount(1); // one writer keeps the saves in order
+}
+
+SnapshotStore::~SnapshotStore()
+{
+    m_writer.waitForDone();
+}
+
+bool SnapshotStore::load(bool *found, QString *error)
+{
+    QFile file(m_fileName);
+    *found = file.exists();
+    if (!*found)
+        return true;
+    QJsonValue root;
+    if (!file.open(QIODevice::ReadOnly) || !JsonCodec::decode(file.readAll(), &root)) {
+        *error = QStringLiteral("%1 is not a readable database snapshot (start with --reset to "
+                                "begin again)")
+                     .arg(m_fileName);
+        return false;
+    }
+    m_database->replaceRoot(root);
+    return true;
+}
+
+void SnapshotStore::onChanged()
+{
+    m_dirty = true;
+    if (!m_timer.isActive())
+        m_timer.start();
+}
+
+void SnapshotStore::saveInBackground()
+{
+    if (!m_dirty)
+        return;
+    m_dirty = false;
+    const QByteArray data = JsonCodec::encode(m_database->value({}));
+    const QString fileName = m_fileName;
+    m_writer.start([fileName, data] {
+        QString error;
+        if (!write(fileName, data, &error))
+            qWarning().noquote() << "SNAPSHOT NOT SAVED:" << error;
+    });
+}
+
+bool SnapshotStore::flush(QString *error)
+{
+    m_writer.waitForDone();
+    return m_dirty ? save(error) : true;
+}
+
+bool SnapshotStore::save(QString *error)
+{
+    m_timer.stop();
+    m_writer.waitForDone();
+    m_dirty = false;
+    QString message;
+    if (!write(m_fileName, JsonCodec::encode(m_database->value({})), &message)) {
+        qWarning().noquote() << "SNAPSHOT NOT SAVED:" << message;
+        if (error)
+            *error = message;
+        return false;
+    }
+    return true;
+}
+
+bool SnapshotStore::write(const QString &fileName, const QByteArray &data, QString *error)
+{
+    QSaveFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
+        *error = QStringLiteral("%1: %2").arg(fileName, file.errorString());
+        return false;
+    }
+    return true;
+}

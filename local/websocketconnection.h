@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHostAddress>
+#include <QObject>
+#include <QTimer>
+
+class QTcpSocket;
+
+// The server side of RFC 6455 over a socket whose HTTP upgrade has already been answered.
+// Frames written with sendFrame() can be built once and shared by many connections.
+class WebSocketConnection : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Takes ownership of the socket; buffered holds bytes that arrived after the upgrade request.
+    WebSocketConnection(QTcpSocket *socket, const QByteArray &buffered, QObject *parent = nullptr);
+    ~WebSocketConnection() override;
+
+    static QByteArray acceptKey(const QByteArray &clientKey);
+    static QByteArray textFrame(const QByteArray &utf8);
+    static bool isValidUtf8(const QByteArray &text);
+
+    // Starts reading; call once the signals are connected.
+    void start();
+    void sendText(const QByteArray &utf8) { sendFrame(textFrame(utf8)); }
+    void sendFrame(const QByteArray &frame);
+    void close(quint16 code = 1000, const QByteArray &reason = QByteArray());
+    // Drops the connection without a closing handshake, as a network failure would.
+    void abort();
+
+    bool isOpen() const { return m_open; }
+    QHostAddress peerAddress() const;
+    void setMaxMessageSize(qint64 bytes) { m_maxMessageSize = bytes; }
+    void setMaxPendingBytes(qint64 bytes) { m_maxPendingBytes = bytes; }
+
+signals:
+    void textMessageReceived(const QByteArray &message);
+    void closed();
+
+private:
+    void onReadyRead();
+    void onDisconnected();
+    void processBuffer();
+    // Handles one complete frame; false when the connection must stop reading.
+    bool handleFrame(bool fin, int opcode, QByteArray payload);
+    void failConnection(quint16 code, const QByteArray &reason);
+    void sendControl(int opcode, const QByteArray &payload);
+
+    QTcpSocket *m_socket;
+    QByteArray m_buffer;
+    QByteArray m_message;
+    int m_messageOpcode = -1;
+    bool m_open = true;
+    bool m_closeSent = false;
+    bool m_closedEmitted = false;
+    qint64 m_maxMessageSize = 64 * 1024 * 1024;
+    qint64 m_maxPendingBytes = 64 * 1024 * 1024;
+    QTimer m_closeTimer;
+};
