@@ -2,6 +2,7 @@
 
 #include "local/faultinjector.h"
 #include "local/httprouter.h"
+#include "local/tcpquickack.h"
 #include "local/websocketconnection.h"
 
 #include <QJsonObject>
@@ -93,6 +94,7 @@ void HttpConnection::processInput()
         if (status == HttpRequestParser::Status::NeedMore) {
             if (!wasStarted)
                 m_timer.stop(); // the request timer starts with its first byte
+            acknowledgeReceivedNow(m_socket);
             break;
         }
         if (status == HttpRequestParser::Status::Error) {
@@ -165,17 +167,18 @@ void HttpConnection::upgrade(const HttpRequest &request)
     if (request.header("sec-websocket-version") != "13") {
         HttpResponse response = HttpResponse::text(426, "Unsupported websocket version");
         response.setHeader("Sec-WebSocket-Version", "13");
-        send(response, request.keepAlive(), false);
+        send(response, false, false);
         return;
     }
     if (!request.headerHasToken("connection", "upgrade")
         || QByteArray::fromBase64(key).size() != 16) {
-        send(HttpResponse::text(400, "Malformed websocket upgrade"), request.keepAlive(), false);
+        send(HttpResponse::text(400, "Malformed websocket upgrade"), false, false);
         return;
     }
+    // A refused upgrade closes the connection: websocket clients wait for it rather than reuse it.
     HttpResponse refusal(400);
     if (route->check && !route->check(request, &refusal)) {
-        send(refusal, request.keepAlive(), false);
+        send(refusal, false, false);
         return;
     }
     m_socket->write("HTTP/1.1 101 Switching Protocols\r\n"

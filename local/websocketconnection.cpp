@@ -1,5 +1,7 @@
 #include "local/websocketconnection.h"
 
+#include "local/tcpquickack.h"
+
 #include <QCryptographicHash>
 #include <QTcpSocket>
 #include <QtEndian>
@@ -257,6 +259,8 @@ void WebSocketConnection::processBuffer()
     }
     if (offset > 0)
         m_buffer.remove(0, offset);
+    if (!m_buffer.isEmpty())
+        acknowledgeReceivedNow(m_socket); // the rest of the frame is waiting for our ACK
 }
 
 bool WebSocketConnection::handleFrame(bool fin, int opcode, QByteArray payload)

@@ -1,0 +1,230 @@
+#include "localtestsupport.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QJsonDocument>
+#include <QNetworkRequest>
+#include <QTimer>
+#include <QUrlQuery>
+
+#include "local/jsoncodec.h"
+
+namespace {
+
+// Waits on the event loop without QTest::qWaitFor's fixed 10 ms naps: client and service share
+// this thread, so each nap would add to every hop of every request.
+bool waitUntil(const std::function<bool()> &done, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QTimer wake;
+    wake.start(20);
+    while (!done()) {
+        if (timer.hasExpired(timeoutMs))
+            return done();
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    return true;
+}
+
+} // namespace
+
+LocalTestService::LocalTestService(const LocalService::Options &options)
+    : m_options(options)
+{
+    m_options.port = 0;
+    m_options.dataDirectory = m_dir.path();
+}
+
+bool LocalTestService::start(QString *error)
+{
+    QString message;
+    m_service = std::make_unique<LocalService>(m_options);
+    const bool started = m_service->start(&message);
+    if (!started)
+        qWarning().noquote() << "local service did not start:" << message;
+    if (error)
+        *error = message;
+    return started;
+}
+
+bool LocalTestService::restart(QString *error)
+{
+    const quint16 port = m_service->port();
+    stop();
+    m_options.port = port;
+    m_options.reset = false;
+    return start(error);
+}
+
+void LocalTestService::stop()
+{
+    m_service.reset();
+}
+
+QSslConfiguration LocalTestService::sslConfiguration() const
+{
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.setCaCertificates(m_service->caCertificates());
+    configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
+    return configuration;
+}
+
+QUrl LocalTestService::url(const QString &pathAndQuery) const
+{
+    return QUrl(m_service->baseUrl() + pathAndQuery);
+}
+
+RestClient::RestClient(const LocalTestService *service)
+    : m_service(service)
+{}
+
+HttpResult RestClient::send(const QByteArray &verb,
+                            const QString &pathAndQuery,
+                            const QByteArray &body,
+                            const QList<QPair<QByteArray, QByteArray>> &headers)
+{
+    QNetworkRequest request(m_service->url(pathAndQuery));
+    if (m_service->service()->isSecure())
+        request.setSslConfiguration(m_service->sslConfiguration());
+    request.setHeader(QNetworkRequest::ContentTypeHeader, "application/json");
+    for (const auto &header : headers)
+        request.setRawHeader(header.first, header.second);
+    QNetworkReply *reply = m_manager.sendCustomRequest(request, verb, body);
+    if (!reply->isFinished()) {
+        QEventLoop loop;
+        QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    if (!reply->isFinished())
+        reply->abort();
+    HttpResult result;
+    result.error = reply->error();
+    result.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    result.body = reply->readAll();
+    if (!JsonCodec::decode(result.body, &result.json))
+        result.json = QJsonValue(QJsonValue::Undefined);
+    for (const auto &pair : reply->rawHeaderPairs())
+        result.headers.insert(pair.first.toLower(), pair.second);
+    delete reply;
+    return result;
+}
+
+HttpResult RestClient::exchangeCustomToken(const QByteArray &customToken, const QString &key)
+{
+    const QByteArray body = QJsonDocument(QJsonObject{{"token", QString::fromLatin1(customToken)},
+                                                      {"returnSecureToken", true}})
+                                .toJson(QJsonDocument::Compact);
+    return send("POST", "/identitytoolkit/v3/relyingparty/verifyCustomToken?key=" + key, body);
+}
+
+HttpResult RestClient::refresh(const QString &refreshToken, const QString &key)
+{
+    QUrlQuery form;
+    form.addQueryItem("grant_type", "refresh_token");
+    form.addQueryItem("refresh_token", refreshToken);
+    return send("POST",
+                "/v1/token?key=" + key,
+                form.toString(QUrl::FullyEncoded).toUtf8(),
+                {{"Content-Type", "application/x-www-form-urlencoded"}});
+}
+
+QString RestClient::idToken(qint64 serviceId, qint64 accountId, const QString &userKey)
+{
+    const HttpResult result = exchangeCustomToken(
+        m_service->service()->mintCustomToken(serviceId, accountId, userKey));
+    return result.json.toObject().value("idToken").toString();
+}
+
+RealtimeClient::RealtimeClient(const LocalTestService *service, QObject *parent)
+    : QObject(parent)
+    , m_service(service)
+{
+    connect(&m_socket, &QWebSocket::textMessageReceived, this, &RealtimeClient::onText);
+}
+
+bool RealtimeClient::open(const QString &query, int timeoutMs)
+{
+    QString base = m_service->baseUrl();
+    base.replace(QStringLiteral("https://"), QStringLiteral("wss://"));
+    base.replace(QStringLiteral("http://"), QStringLiteral("ws://"));
+    QNetworkRequest request(QUrl(base + "/.ws?" + query));
+    if (m_service->service()->isSecure())
+        m_socket.setSslConfiguration(m_service->sslConfiguration());
+    m_handshake = QJsonObject();
+    m_socket.open(request);
+    const bool settled = waitUntil(
+        [this] {
+            return !m_handshake.isEmpty() || m_socket.state() == QAbstractSocket::UnconnectedState;
+        },
+        timeoutMs);
+    return settled && !m_handshake.isEmpty();
+}
+
+bool RealtimeClient::waitForDisconnected(int timeoutMs)
+{
+    return waitUntil([this] { return m_socket.state() == QAbstractSocket::UnconnectedState; },
+                     timeoutMs);
+}
+
+qint64 RealtimeClient::send(const QString &action, const QJsonObject &body)
+{
+    const qint64 number = m_nextRequest++;
+    const QJsonObject message{{"t", "d"},
+                              {"d", QJsonObject{{"r", number}, {"a", action}, {"b", body}}}};
+    m_socket.sendTextMessage(
+        QString::fromUtf8(QJsonDocument(message).toJson(QJsonDocument::Compact)));
+    return number;
+}
+
+QJsonObject RealtimeClient::waitForAnswer(qint64 requestNumber, int timeoutMs)
+{
+    if (!waitUntil([&] { return m_answers.contains(requestNumber); }, timeoutMs))
+        return {};
+    return m_answers.take(requestNumber);
+}
+
+QJsonObject RealtimeClient::request(const QString &action, const QJsonObject &body, int timeoutMs)
+{
+    return waitForAnswer(send(action, body), timeoutMs);
+}
+
+QJsonObject RealtimeClient::nextPush(int timeoutMs)
+{
+    if (!waitUntil([this] { return !m_pushes.isEmpty(); }, timeoutMs))
+        return {};
+    return m_pushes.isEmpty() ? QJsonObject() : m_pushes.takeFirst();
+}
+
+void RealtimeClient::onText(const QString &text)
+{
+    m_frames.append(text);
+    QString message;
+    if (m_pendingFrames > 0) {
+        m_buffer += text;
+        if (--m_pendingFrames > 0)
+            return;
+        message = m_buffer;
+        m_buffer.clear();
+    } else if (!text.startsWith(QLatin1Char('{'))) {
+        m_pendingFrames = text.toInt();
+        return;
+    } else {
+        message = text;
+    }
+    const QJsonObject object = QJsonDocument::fromJson(message.toUtf8()).object();
+    m_messages.append(object);
+    const QJsonObject data = object.value("d").toObject();
+    if (object.value("t").toString() == QLatin1String("c")) {
+        if (data.value("t").toString() == QLatin1String("h"))
+            m_handshake = data.value("d").toObject();
+        return;
+    }
+    if (data.contains("r"))
+        m_answers.insert(qint64(data.value("r").toDouble()), data.value("b").toObject());
+    else
+        m_pushes.append(data);
+}

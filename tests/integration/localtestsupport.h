@@ -1,0 +1,115 @@
+#pragma once
+
+#include "local/localservice.h"
+
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QSslConfiguration>
+#include <QTemporaryDir>
+#include <QWebSocket>
+
+#include <memory>
+
+// Runs tallyra-local in this process on an ephemeral loopback port with a fresh data directory;
+// clients trust its development CA through their TLS configuration, as the console will.
+class LocalTestService
+{
+public:
+    explicit LocalTestService(const LocalService::Options &options = LocalService::Options());
+
+    bool start(QString *error = nullptr);
+    // Stops (saving) and starts again on the same data directory and port.
+    bool restart(QString *error = nullptr);
+    void stop();
+
+    LocalService *service() const { return m_service.get(); }
+    QString dataDirectory() const { return m_dir.path(); }
+    QSslConfiguration sslConfiguration() const;
+    QUrl url(const QString &pathAndQuery) const;
+    QString baseUrl() const { return m_service->baseUrl(); }
+
+private:
+    QTemporaryDir m_dir;
+    LocalService::Options m_options;
+    std::unique_ptr<LocalService> m_service;
+};
+
+struct HttpResult
+{
+    int status = 0;
+    QNetworkReply::NetworkError error = QNetworkReply::NoError;
+    QByteArray body;
+    QJsonValue json;
+    QHash<QByteArray, QByteArray> headers; // lower-case names
+};
+
+// Synchronous requests through QNetworkAccessManager.
+class RestClient
+{
+public:
+    explicit RestClient(const LocalTestService *service);
+
+    HttpResult send(const QByteArray &verb,
+                    const QString &pathAndQuery,
+                    const QByteArray &body = QByteArray(),
+                    const QList<QPair<QByteArray, QByteArray>> &headers = {});
+    HttpResult exchangeCustomToken(const QByteArray &customToken, const QString &key = "test-key");
+    HttpResult refresh(const QString &refreshToken, const QString &key = "test-key");
+    // Signs in through the identity endpoint; empty on failure.
+    QString idToken(qint64 serviceId, qint64 accountId, const QString &userKey);
+
+private:
+    const LocalTestService *m_service;
+    QNetworkAccessManager m_manager;
+};
+
+// The client side of the realtime protocol over QWebSocket: joins split messages as clients
+// do, and keeps answers and pushes apart.
+class RealtimeClient : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit RealtimeClient(const LocalTestService *service, QObject *parent = nullptr);
+
+    bool open(const QString &query = QStringLiteral("v=5&ns=tallyra-local"), int timeoutMs = 5000);
+    void close() { m_socket.close(); }
+    bool isConnected() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
+    bool waitForDisconnected(int timeoutMs = 5000);
+
+    QJsonObject handshake() const { return m_handshake; }
+    qint64 send(const QString &action, const QJsonObject &body);
+    void sendText(const QString &text) { m_socket.sendTextMessage(text); }
+    // The "b" of the answer to request r; empty when none came in time.
+    QJsonObject waitForAnswer(qint64 requestNumber, int timeoutMs = 5000);
+    // Sends and waits for the answer.
+    QJsonObject request(const QString &action, const QJsonObject &body, int timeoutMs = 5000);
+    QJsonObject auth(const QString &token) { return request("auth", {{"cred", token}}); }
+    QJsonObject listen(const QString &path) { return request("q", {{"p", path}, {"h", ""}}); }
+
+    // The next server push ({"a": ..., "b": ...}) not yet taken; empty when none came in time.
+    QJsonObject nextPush(int timeoutMs = 5000);
+    int pendingPushes() const { return m_pushes.size(); }
+    void clearPushes() { m_pushes.clear(); }
+
+    // Everything received in order: complete messages, answers and pushes interleaved.
+    const QList<QJsonObject> &messages() const { return m_messages; }
+    // Every text frame as it arrived, counts and pieces included.
+    const QStringList &frames() const { return m_frames; }
+
+private:
+    void onText(const QString &text);
+
+    const LocalTestService *m_service;
+    QWebSocket m_socket;
+    QJsonObject m_handshake;
+    QList<QJsonObject> m_messages;
+    QList<QJsonObject> m_pushes;
+    QHash<qint64, QJsonObject> m_answers;
+    QStringList m_frames;
+    QString m_buffer;
+    int m_pendingFrames = 0;
+    qint64 m_nextRequest = 1;
+};
