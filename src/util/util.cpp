@@ -1,5 +1,7 @@
 #include "util/util.h"
 
+#include "records/firebasechatmessage.h"
+
 #include <QApplication>
 #include <QDateTime>
 #include <QHash>
@@ -367,6 +369,19 @@ void Util::parseEmailsAndPhones(const QStringList &texts, QStringList &emails, Q
         collectMatches(phone, text, phones);
         collectMatches(email, text, emails);
     }
+}
+
+void Util::parseEmailsAndPhonesFromMessages(const QList<FirebaseChatMessage> &messages,
+                                            QStringList &emails,
+                                            QStringList &phones,
+                                            const QString &senderId)
+{
+    QStringList texts;
+    for (const FirebaseChatMessage &message : messages) {
+        if (message.getSender() == senderId)
+            texts.append(message.getText());
+    }
+    parseEmailsAndPhones(texts, emails, phones);
 }
 
 bool Util::isEmptyJsonObject(const QJsonObject &object)

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+class FirebaseChatMessage;
 class QCoreApplication;
 class QDateTime;
 class QJsonObject;
@@ -61,6 +62,11 @@ public:
     static void parseEmailsAndPhones(const QStringList &texts,
                                      QStringList &emails,
                                      QStringList &phones);
+    // The same over the texts of the messages that `senderId` (the visitor) wrote.
+    static void parseEmailsAndPhonesFromMessages(const QList<FirebaseChatMessage> &messages,
+                                                 QStringList &emails,
+                                                 QStringList &phones,
+                                                 const QString &senderId);
 
     // True for an object without members and for one whose first key (in key order) holds null.
     static bool isEmptyJsonObject(const QJsonObject &object);

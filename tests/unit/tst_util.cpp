@@ -2,6 +2,7 @@
 // window icon and layout helpers. Several plural rules deliberately differ from one another and
 // from Russian grammar; the expectations below follow the rules, not the grammar.
 #include "app/appfonts.h"
+#include "records/firebasechatmessage.h"
 #include "util/util.h"
 
 #include <QHBoxLayout>
@@ -46,6 +47,7 @@ private slots:
     void price();
     void emailsAndPhones_data();
     void emailsAndPhones();
+    void emailsAndPhonesOnlyFromTheVisitor();
 
     void emptyJsonObject_data();
     void emptyJsonObject();
@@ -466,6 +468,35 @@ void TestUtil::emailsAndPhones()
     phones.prepend(QStringLiteral("89991234567"));
     QCOMPARE(foundEmails, emails);
     QCOMPARE(foundPhones, phones);
+}
+
+void TestUtil::emailsAndPhonesOnlyFromTheVisitor()
+{
+    auto message = [](const char *sender, const QString &text) {
+        FirebaseChatMessage m;
+        m.setSender(QLatin1String(sender));
+        m.setText(text);
+        return m;
+    };
+    const QList<FirebaseChatMessage> messages{
+        message("visitor", QStringLiteral("Мой номер 89991234567")),
+        message("operator", QStringLiteral("Наш адрес sales@shop.ru, тел. 88005553535")),
+        message("visitor", QStringLiteral("почта ivan@mail.ru")),
+        message("visitor", QStringLiteral("ещё раз 89991234567 и +7 (912) 000-11-22")),
+    };
+
+    QStringList emails;
+    QStringList phones;
+    Util::parseEmailsAndPhonesFromMessages(messages, emails, phones, QStringLiteral("visitor"));
+    QCOMPARE(emails, QStringList{QStringLiteral("ivan@mail.ru")});
+    QCOMPARE(phones,
+             (QStringList{QStringLiteral("89991234567"), QStringLiteral("+7 (912) 000-11-22")}));
+
+    emails.clear();
+    phones.clear();
+    Util::parseEmailsAndPhonesFromMessages(messages, emails, phones, QStringLiteral("nobody"));
+    QVERIFY(emails.isEmpty());
+    QVERIFY(phones.isEmpty());
 }
 
 void TestUtil::emptyJsonObject_data()
