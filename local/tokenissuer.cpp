@@ -139,9 +139,11 @@ bool TokenIssuer::decode(const QByteArray &token,
 
 QByteArray TokenIssuer::mintCustomToken(qint64 serviceId,
                                         qint64 accountId,
-                                        const QString &userKey) const
+                                        const QString &userKey,
+                                        qint64 issuedAt) const
 {
-    const qint64 issuedAt = now();
+    if (issuedAt < 0)
+        issuedAt = now();
     const QJsonObject claims{
         {"iss", kIssuer},
         {"sub", kIssuer},

@@ -40,7 +40,11 @@ public:
     int idTokenLifetime() const { return m_lifetime; }
     QString projectId() const { return m_projectId; }
 
-    QByteArray mintCustomToken(qint64 serviceId, qint64 accountId, const QString &userKey) const;
+    // issuedAt in seconds since the epoch; -1 for now.
+    QByteArray mintCustomToken(qint64 serviceId,
+                               qint64 accountId,
+                               const QString &userKey,
+                               qint64 issuedAt = -1) const;
     Check verifyCustomToken(const QByteArray &token) const;
 
     // A new ID token and refresh token for the identity a custom token carried.

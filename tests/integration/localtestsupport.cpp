@@ -10,8 +10,6 @@
 
 #include "local/jsoncodec.h"
 
-namespace {
-
 // Waits on the event loop without QTest::qWaitFor's fixed 10 ms naps: client and service share
 // this thread, so each nap would add to every hop of every request.
 bool waitUntil(const std::function<bool()> &done, int timeoutMs)
@@ -28,8 +26,6 @@ bool waitUntil(const std::function<bool()> &done, int timeoutMs)
     }
     return true;
 }
-
-} // namespace
 
 LocalTestService::LocalTestService(const LocalService::Options &options)
     : m_options(options)

@@ -10,7 +10,11 @@
 #include <QTemporaryDir>
 #include <QWebSocket>
 
+#include <functional>
 #include <memory>
+
+// Runs the event loop until done() holds or the time is up; returns done().
+bool waitUntil(const std::function<bool()> &done, int timeoutMs);
 
 // Runs tallyra-local in this process on an ephemeral loopback port with a fresh data directory;
 // clients trust its development CA through their TLS configuration, as the console will.
