@@ -13,7 +13,13 @@ packages=(
     libqt5multimedia5-plugins gstreamer1.0-plugins-good qttranslations5-l10n openssl
     # headless runs and screenshots, formatting check
     xvfb xauth clang-format
+    # the local service's check with the official JavaScript SDK (tests/sdk)
+    nodejs
 )
+# NodeSource's nodejs bundles npm and conflicts with Debian's npm package.
+if ! command -v npm >/dev/null 2>&1; then
+    packages+=(npm)
+fi
 
 if [ "$#" -gt 0 ]; then
     packages=("$@")
