@@ -47,7 +47,13 @@ HttpConnection::~HttpConnection()
 
 void HttpConnection::armTimer()
 {
-    if (m_waiting || m_closing) {
+    if (m_closing) {
+        // A client that never reads its last answer must not keep the connection forever.
+        if (!m_timer.isActive())
+            m_timer.start(m_settings.requestTimeoutMs);
+        return;
+    }
+    if (m_waiting) {
         m_timer.stop();
         return;
     }
@@ -61,7 +67,9 @@ void HttpConnection::armTimer()
 
 void HttpConnection::onTimeout()
 {
-    if (m_requestStarted)
+    if (m_closing)
+        m_socket->abort();
+    else if (m_requestStarted)
         refuse(408, "Request timed out");
     else
         m_socket->disconnectFromHost();
@@ -208,6 +216,7 @@ void HttpConnection::send(const HttpResponse &response, bool keepAlive, bool omi
     if (!keep) {
         m_closing = true;
         m_timer.stop();
+        armTimer();
         m_socket->disconnectFromHost();
     }
 }

@@ -168,6 +168,10 @@ void RealtimeSession::onText(const QByteArray &text)
 {
     if (m_pendingFrames > 0) {
         m_frameBuffer += text;
+        if (m_frameBuffer.size() > maxMessageBytes) {
+            m_socket->close(1009, "Message too big");
+            return;
+        }
         if (--m_pendingFrames == 0) {
             const QByteArray message = m_frameBuffer;
             m_frameBuffer.clear();

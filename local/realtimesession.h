@@ -31,6 +31,8 @@ public:
     };
 
     static constexpr int maxFrameChars = 16384;
+    // A message split into frames may not grow beyond this.
+    static constexpr int maxMessageBytes = 64 * 1024 * 1024;
 
     // host: what the client reached us as; it reuses it for later connections.
     RealtimeSession(WebSocketConnection *socket,
