@@ -1,6 +1,9 @@
 #include "util/util.h"
 
+#include "records/firebasechat.h"
 #include "records/firebasechatmessage.h"
+#include "repo/authsession.h"
+#include "repo/usersrepository.h"
 
 #include <QApplication>
 #include <QDateTime>
@@ -13,6 +16,8 @@
 #include <QRegExp>
 #include <QTranslator>
 #include <QWidget>
+
+#include <algorithm>
 
 namespace {
 
@@ -382,6 +387,39 @@ void Util::parseEmailsAndPhonesFromMessages(const QList<FirebaseChatMessage> &me
             texts.append(message.getText());
     }
     parseEmailsAndPhones(texts, emails, phones);
+}
+
+int Util::getChatCategory(const FirebaseChat &chat)
+{
+    const UsersRepository *users = UsersRepository::getInstance();
+    const AuthSession *session = AuthSession::getInstance();
+    if (!users || !session)
+        return CategoryUnlisted;
+    const QString me = session->getUserId();
+
+    const QStringList notified = chat.getUserToNotification();
+    if (!notified.isEmpty() && !notified.contains(me))
+        return CategoryUnlisted;
+    if (!users->hasUserKey(chat.getWidgetId(), me) || chat.getChatStatus() != QLatin1String("work"))
+        return CategoryUnlisted;
+    const QString visitor = chat.getVisitor();
+    if (!users->hasUser(visitor))
+        return CategoryUnlisted;
+
+    // Empty entries are gaps that an operator list keyed by index can leave, not operators.
+    const QStringList operators = chat.getOperators();
+    const bool hasOperators = std::any_of(operators.begin(),
+                                          operators.end(),
+                                          [](const QString &key) { return !key.isEmpty(); });
+    const bool mine = !me.isEmpty() && operators.contains(me);
+    const bool visitorOnline = users->isUserOnline(visitor);
+    if ((!hasOperators && visitorOnline) || mine)
+        return CategoryMy;
+    if (hasOperators)
+        return CategoryNotMy;
+    if (!visitorOnline)
+        return CategoryMissed;
+    return CategoryUnlisted;
 }
 
 bool Util::isEmptyJsonObject(const QJsonObject &object)

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+class FirebaseChat;
 class FirebaseChatMessage;
 class QCoreApplication;
 class QDateTime;
@@ -16,6 +17,14 @@ class QLayout;
 class Util
 {
 public:
+    // The list a chat belongs to for the signed-in operator (getChatCategory).
+    enum ChatCategory {
+        CategoryMy = 0,       // the operator's own conversation
+        CategoryNotMy = 1,    // another operator's conversation
+        CategoryMissed = 2,   // nobody took it and the visitor has left
+        CategoryUnlisted = 3, // in no list
+    };
+
     // Language of the system locale ("en" for en_US); languages whose speakers use the Russian
     // interface answer "ru".
     static QString getLang();
@@ -67,6 +76,13 @@ public:
                                                  QStringList &emails,
                                                  QStringList &phones,
                                                  const QString &senderId);
+
+    // Category of the chat from the session's user key, the chat's operators, notified users,
+    // widget and status, and the users repository (its users and user keys). First match wins:
+    // notified users exclude the operator, the operator is not keyed to the widget, the chat is
+    // not in work, or the visitor is unknown: unlisted; then own (nobody took it and the visitor
+    // is online, or the operator is among its operators), another operator's, missed.
+    static int getChatCategory(const FirebaseChat &chat);
 
     // True for an object without members and for one whose first key (in key order) holds null.
     static bool isEmptyJsonObject(const QJsonObject &object);

@@ -1,0 +1,443 @@
+#include "repo/chatsrepository.h"
+
+#include "repo/authsession.h"
+#include "repo/usersrepository.h"
+#include "util/jsonparser.h"
+#include "util/util.h"
+
+#include <QDebug>
+#include <QMutexLocker>
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+const QString WorkStatus = QStringLiteral("work");
+
+// "widget_id" as 64-bit: a number, or text holding one, as the snapshot parser reads ids.
+qint64 toInt64(const QJsonValue &value)
+{
+    if (value.isDouble()) {
+        const double number = value.toDouble();
+        return number > -9.2e18 && number < 9.2e18 ? qRound64(number) : 0;
+    }
+    if (value.isString())
+        return value.toString().toLongLong();
+    return 0;
+}
+
+// A map of user key to text ("userActivity", "userText") merged entry by entry: the entries
+// given are set and a null entry is deleted, as the database deletes it; a null map is gone.
+void mergeUserMap(QMap<QString, QString> &map, const QJsonValue &value)
+{
+    if (value.isNull()) {
+        map.clear();
+        return;
+    }
+    const QJsonObject entries = value.toObject();
+    for (auto it = entries.begin(); it != entries.end(); ++it) {
+        if (it.value().isNull())
+            map.remove(it.key());
+        else
+            map.insert(it.key(), it.value().toString());
+    }
+}
+
+void removeFromIndex(QHash<QString, QStringList> &index, const QString &key, const QString &chatKey)
+{
+    const auto found = index.find(key);
+    if (found == index.end())
+        return;
+    found.value().removeOne(chatKey);
+    if (found.value().isEmpty())
+        index.erase(found);
+}
+
+} // namespace
+
+QPointer<ChatsRepository> ChatsRepository::s_instance;
+
+ChatsRepository::ChatsRepository(QObject *parent)
+    : QObject(parent)
+{}
+
+void ChatsRepository::init(QObject *parent)
+{
+    if (!s_instance)
+        s_instance = new ChatsRepository(parent);
+}
+
+ChatsRepository *ChatsRepository::getInstance()
+{
+    return s_instance.data();
+}
+
+void ChatsRepository::initChats(const QList<FirebaseChat> &chats)
+{
+    m_chats.clear();
+    m_indexById.clear();
+    m_chatsByVisitor.clear();
+    m_chatsByOperator.clear();
+    m_chats.reserve(chats.size());
+    m_indexById.reserve(chats.size());
+    for (const FirebaseChat &chat : chats) {
+        // A key appears once in the database; should a list repeat one, the later record wins.
+        const auto known = m_indexById.constFind(chat.getId());
+        if (known != m_indexById.constEnd()) {
+            m_chats[known.value()] = chat;
+            continue;
+        }
+        m_indexById.insert(chat.getId(), m_chats.size());
+        m_chats.append(chat);
+    }
+    m_summaries.fill(Summary(), m_chats.size());
+    for (int position = 0; position < m_chats.size(); ++position)
+        indexChat(position);
+    recomputeAllCategories();
+
+    QStringList listed;
+    for (int position = 0; position < m_chats.size(); ++position) {
+        if (m_summaries.at(position).category != Util::CategoryUnlisted)
+            listed.append(m_chats.at(position).getId());
+    }
+    for (const QString &chatKey : qAsConst(listed))
+        emit chatChanged(chatKey, false);
+    emit initialized();
+}
+
+void ChatsRepository::update(const QJsonObject &tree)
+{
+    for (auto it = tree.begin(); it != tree.end(); ++it)
+        updateChat(it.key(), it.value().toObject());
+}
+
+// Merge of one chat:
+// - unknown key: an empty object does nothing, anything else is built whole (chatAdded);
+// - known key and an empty object (the node was deleted): removed, chatDeleted, chatChanged;
+// - otherwise the fields given are set (below) and chatChanged follows, notifying only when
+//   the last message came with its time.
+void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &object)
+{
+    const auto found = m_indexById.constFind(chatKey);
+    if (found == m_indexById.constEnd()) {
+        if (object.isEmpty())
+            return;
+        FirebaseChat chat = JsonParser::getFirebaseChatFromJson(object);
+        chat.setId(chatKey);
+        const int position = m_chats.size();
+        m_chats.append(chat);
+        m_summaries.append(Summary());
+        m_indexById.insert(chatKey, position);
+        indexChat(position);
+        summarize(position);
+        emit chatAdded(chatKey);
+        return;
+    }
+
+    const int position = found.value();
+    if (object.isEmpty()) {
+        qDebug().noquote() << QStringLiteral("CHAT DELETED: ") + chatKey;
+        unindexChat(m_chats.at(position));
+        m_chats.removeAt(position);
+        m_summaries.remove(position);
+        m_indexById.remove(chatKey);
+        for (int later = position; later < m_chats.size(); ++later)
+            m_indexById[m_chats.at(later).getId()] = later;
+        emit chatDeleted(chatKey);
+        emit chatChanged(chatKey, false);
+        return;
+    }
+
+    // Field by field with the snapshot parser's conversions. Merges read the widget under
+    // "widget_id" only; the snapshot's "widgetId" in a merge changes nothing.
+    const FirebaseChat parsed = JsonParser::getFirebaseChatFromJson(object);
+    const bool regroups = object.contains(QLatin1String("visitor"))
+                          || object.contains(QLatin1String("operators"));
+    if (regroups)
+        unindexChat(m_chats.at(position));
+    FirebaseChat &chat = m_chats[position];
+
+    if (object.contains(QLatin1String("apiId")))
+        chat.setApiId(parsed.getApiId());
+    if (object.contains(QLatin1String("visitor")))
+        chat.setVisitor(parsed.getVisitor());
+    if (object.contains(QLatin1String("unreadCount")))
+        chat.setUnreadCount(parsed.getUnreadCount());
+    if (object.contains(QLatin1String("noAnswerRequired")))
+        chat.setNoAnswerRequired(parsed.getNoAnswerRequired());
+    if (object.contains(QLatin1String("status")))
+        chat.setChatStatus(parsed.getChatStatus());
+    if (object.contains(QLatin1String("widget_id")))
+        chat.setWidgetId(toInt64(object.value(QLatin1String("widget_id"))));
+    if (object.contains(QLatin1String("createdAt")))
+        chat.setCreatedAt(parsed.getCreatedAt());
+    if (object.contains(QLatin1String("startedAt")))
+        chat.setStartedAt(parsed.getStartedAt());
+    if (object.contains(QLatin1String("visitorBlocked")))
+        chat.setVisitorBlocked(parsed.getVisitorBlocked());
+    if (object.contains(QLatin1String("messageTarget")))
+        chat.setMessageTarget(parsed.getMessageTarget());
+    if (object.contains(QLatin1String("messagesCount")))
+        chat.setMessageCount(parsed.getMessageCount());
+
+    const QJsonValue activity = object.value(QLatin1String("userActivity"));
+    if (activity.isObject() || activity.isNull()) {
+        QMap<QString, QString> map = chat.getUserActivity();
+        mergeUserMap(map, activity);
+        chat.setUserActivity(map);
+    }
+    const QJsonValue userText = object.value(QLatin1String("userText"));
+    if (userText.isObject() || userText.isNull()) {
+        QMap<QString, QString> map = chat.getUserText();
+        mergeUserMap(map, userText);
+        chat.setUserText(map);
+    }
+
+    // An array replaces the list and null empties it; an object (the database's form of an
+    // array with gaps) clears it and sets each index, which the parser has done already.
+    const QJsonValue operators = object.value(QLatin1String("operators"));
+    if (operators.isArray() || operators.isObject() || operators.isNull())
+        chat.setOperators(parsed.getOperators());
+
+    bool notify = false;
+    const QJsonValue lastMessageValue = object.value(QLatin1String("lastMessage"));
+    if (lastMessageValue.isObject()) {
+        const QJsonObject fields = lastMessageValue.toObject();
+        const FirebaseLastMessage given = parsed.getLastMessage();
+        FirebaseLastMessage lastMessage = chat.getLastMessage();
+        if (fields.contains(QLatin1String("sender")))
+            lastMessage.setSender(given.getSender());
+        if (fields.contains(QLatin1String("sentAt"))) {
+            lastMessage.setSentAt(given.getSentAt());
+            notify = true;
+        }
+        if (fields.contains(QLatin1String("status")))
+            lastMessage.setStatus(given.getStatus());
+        if (fields.contains(QLatin1String("text")))
+            lastMessage.setText(given.getText());
+        if (fields.contains(QLatin1String("type")))
+            lastMessage.setType(given.getType());
+        if (fields.contains(QLatin1String("target")))
+            lastMessage.setTarget(given.getTarget());
+        chat.setLastMessage(lastMessage);
+    }
+
+    if (regroups)
+        indexChat(position);
+    summarize(position);
+    emit chatChanged(chatKey, notify);
+}
+
+QList<FirebaseChat> ChatsRepository::getChats() const
+{
+    return m_chats;
+}
+
+FirebaseChat ChatsRepository::getChatById(const QString &chatKey) const
+{
+    const auto found = m_indexById.constFind(chatKey);
+    return found != m_indexById.constEnd() ? m_chats.at(found.value()) : FirebaseChat();
+}
+
+bool ChatsRepository::chatExists(const QString &chatKey) const
+{
+    return m_indexById.contains(chatKey);
+}
+
+bool ChatsRepository::chatIsInWork(const QString &chatKey) const
+{
+    const auto found = m_indexById.constFind(chatKey);
+    return found != m_indexById.constEnd() && m_summaries.at(found.value()).inWork;
+}
+
+int ChatsRepository::getUnreadCount() const
+{
+    refreshCategories();
+    int count = 0;
+    for (const Summary &summary : qAsConst(m_summaries)) {
+        if (summary.category == Util::CategoryMy && summary.unreadCount > 0 && summary.inWork)
+            ++count;
+    }
+    return count;
+}
+
+int ChatsRepository::getMissedCount() const
+{
+    refreshCategories();
+    int count = 0;
+    for (const Summary &summary : qAsConst(m_summaries)) {
+        if (summary.category == Util::CategoryMissed && summary.unreadCount > 0)
+            ++count;
+    }
+    return count;
+}
+
+int ChatsRepository::getUnreadForeignCount() const
+{
+    return getUnreadForeignCount(QDateTime::currentDateTime());
+}
+
+int ChatsRepository::getUnreadForeignCount(const QDateTime &now) const
+{
+    refreshCategories();
+    const qint64 nowMSecs = now.toMSecsSinceEpoch();
+    int count = 0;
+    for (const Summary &summary : qAsConst(m_summaries)) {
+        if (isForeignUnread(summary, nowMSecs))
+            ++count;
+    }
+    return count;
+}
+
+int ChatsRepository::getUnreadMessagesCount() const
+{
+    return getUnreadMessagesCount(QDateTime::currentDateTime());
+}
+
+int ChatsRepository::getUnreadMessagesCount(const QDateTime &now) const
+{
+    refreshCategories();
+    const qint64 nowMSecs = now.toMSecsSinceEpoch();
+    qint64 sum = 0;
+    for (const Summary &summary : qAsConst(m_summaries)) {
+        const bool own = summary.category == Util::CategoryMy && summary.unreadCount > 0
+                         && summary.inWork;
+        if (own || isForeignUnread(summary, nowMSecs))
+            sum += summary.unreadCount;
+    }
+    return int(qMin<qint64>(sum, std::numeric_limits<int>::max()));
+}
+
+// The age is counted in whole seconds, truncated: a message 25.9 s old is 25 s old and not
+// counted yet. A last message from the future (clocks apart) is not old.
+bool ChatsRepository::isForeignUnread(const Summary &summary, qint64 nowMSecs) const
+{
+    return summary.category == Util::CategoryNotMy && summary.unreadCount > 0 && summary.inWork
+           && (nowMSecs - summary.sentAtMSecs) / 1000 > ForeignUnreadAgeSeconds;
+}
+
+// Counted at most once per connection and gated as it always was: with the counter at 0 every
+// call passes, resets it and announces the repository.
+void ChatsRepository::onInitialized()
+{
+    QMutexLocker locker(&m_mutex);
+    ++m_initCounter;
+    if (m_initCounter < 1)
+        return;
+    m_initCounter = 0;
+    locker.unlock();
+    emit initialized();
+}
+
+void ChatsRepository::onUserChanged(const QString &userKey)
+{
+    const QStringList chatKeys = chatsOfUser(userKey, true);
+    for (const QString &chatKey : chatKeys)
+        emit chatChanged(chatKey, false);
+}
+
+void ChatsRepository::onUserDeleted(const QString &userKey)
+{
+    const QStringList chatKeys = chatsOfUser(userKey, false);
+    for (const QString &chatKey : chatKeys)
+        emit chatChanged(chatKey, false);
+}
+
+QStringList ChatsRepository::chatsOfUser(const QString &userKey, bool withOperators) const
+{
+    QVector<int> positions;
+    const auto collect = [&](const QHash<QString, QStringList> &index) {
+        const auto found = index.constFind(userKey);
+        if (found == index.constEnd())
+            return;
+        for (const QString &chatKey : found.value())
+            positions.append(m_indexById.value(chatKey));
+    };
+    collect(m_chatsByVisitor);
+    if (withOperators)
+        collect(m_chatsByOperator);
+    std::sort(positions.begin(), positions.end());
+    positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
+
+    QStringList chatKeys;
+    chatKeys.reserve(positions.size());
+    for (int position : qAsConst(positions))
+        chatKeys.append(m_chats.at(position).getId());
+    return chatKeys;
+}
+
+void ChatsRepository::indexChat(int position)
+{
+    const FirebaseChat &chat = m_chats.at(position);
+    const QString visitor = chat.getVisitor();
+    if (!visitor.isEmpty())
+        m_chatsByVisitor[visitor].append(chat.getId());
+    const QStringList operators = chat.getOperators();
+    QStringList seen;
+    for (const QString &operatorKey : operators) {
+        if (operatorKey.isEmpty() || seen.contains(operatorKey))
+            continue;
+        seen.append(operatorKey);
+        m_chatsByOperator[operatorKey].append(chat.getId());
+    }
+}
+
+void ChatsRepository::unindexChat(const FirebaseChat &chat)
+{
+    removeFromIndex(m_chatsByVisitor, chat.getVisitor(), chat.getId());
+    const QStringList operators = chat.getOperators();
+    for (const QString &operatorKey : operators)
+        removeFromIndex(m_chatsByOperator, operatorKey, chat.getId());
+}
+
+void ChatsRepository::summarize(int position) const
+{
+    const FirebaseChat &chat = m_chats.at(position);
+    Summary &summary = m_summaries[position];
+    summary.category = Util::getChatCategory(chat);
+    summary.unreadCount = chat.getUnreadCount();
+    summary.inWork = chat.getChatStatus() == WorkStatus;
+    const QDateTime sentAt = chat.getLastMessage().getSentAt();
+    summary.sentAtMSecs = sentAt.isValid() ? sentAt.toMSecsSinceEpoch() : 0;
+}
+
+// Brings the cached categories up to the session's user, the users and the user keys: all of
+// them when the user or the keys changed, else those of the chats whose visitor changed.
+void ChatsRepository::refreshCategories() const
+{
+    const AuthSession *session = AuthSession::getInstance();
+    const UsersRepository *users = UsersRepository::getInstance();
+    const QString userId = session ? session->getUserId() : QString();
+    const quint64 revision = users ? users->categoryRevision() : 0;
+    if (userId != m_categoryUserId) {
+        recomputeAllCategories();
+        return;
+    }
+    if (revision == m_categoryRevision)
+        return;
+
+    QStringList changedUsers;
+    if (!users || !users->usersChangedSince(m_categoryRevision, &changedUsers)) {
+        recomputeAllCategories();
+        return;
+    }
+    for (const QString &userKey : qAsConst(changedUsers)) {
+        const auto found = m_chatsByVisitor.constFind(userKey);
+        if (found == m_chatsByVisitor.constEnd())
+            continue;
+        for (const QString &chatKey : found.value())
+            summarize(m_indexById.value(chatKey));
+    }
+    m_categoryRevision = revision;
+}
+
+void ChatsRepository::recomputeAllCategories() const
+{
+    const AuthSession *session = AuthSession::getInstance();
+    const UsersRepository *users = UsersRepository::getInstance();
+    m_categoryUserId = session ? session->getUserId() : QString();
+    m_categoryRevision = users ? users->categoryRevision() : 0;
+    for (int position = 0; position < m_chats.size(); ++position)
+        summarize(position);
+}
