@@ -32,10 +32,11 @@
 //
 // No input makes a mapping fail: a missing key or a value of the wrong JSON type gives the
 // field's default (empty, 0, false, an empty container, and for time stamps the epoch or an
-// invalid date-time as each field says). Conversions named below:
+// invalid date-time as each field says). The conversions of the fields:
 // - "as 64-bit": a number, or a string holding a decimal number (ids beyond 2^53 arrive so);
 // - "int": a JSON number that is a whole 32-bit value, anything else 0;
-// - "time stamp": milliseconds since the epoch, as 64-bit, in local time.
+// - "time stamp": milliseconds since the epoch as a number or numeric string, in local time;
+//   anything else counts as no time (the epoch, or invalid where a field says so).
 class JsonParser
 {
 public:
