@@ -2,8 +2,8 @@
 // writer putting below it at a fixed rate; reports the time from a write leaving the writer to
 // the last listener having it (median, p99), and the service's CPU and memory.
 //
-// usage: bench_localfanout [--listeners N] [--rate WRITES_PER_S] [--seconds S] [--plain]
-//                          [--client-threads N]
+// usage: bench_localfanout [--listeners N] [--rate WRITES_PER_S] [--seconds S] [--warmup S]
+//                          [--plain] [--client-threads N] [--timeline]
 // The service runs as its own process (tallyra-local) so that its CPU and memory are its own.
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -297,19 +297,32 @@ int main(int argc, char *argv[])
                                            "Threads for the listeners (2).",
                                            "N",
                                            "2");
+    const QCommandLineOption warmupOption("warmup",
+                                          "Seconds written before measuring (2).",
+                                          "S",
+                                          "2");
     const QCommandLineOption plainOption("plain", "Plain ws instead of TLS.");
+    const QCommandLineOption timelineOption("timeline",
+                                            "Also print each measured second's figures.");
     const QCommandLineOption programOption("program",
                                            "The tallyra-local executable.",
                                            "PATH",
                                            QStringLiteral(TALLYRA_LOCAL_PROGRAM));
-    parser.addOptions(
-        {listenersOption, rateOption, secondsOption, threadsOption, plainOption, programOption});
+    parser.addOptions({listenersOption,
+                       rateOption,
+                       secondsOption,
+                       warmupOption,
+                       threadsOption,
+                       plainOption,
+                       timelineOption,
+                       programOption});
     parser.process(app);
     const int listeners = parser.value(listenersOption).toInt();
     const int rate = parser.value(rateOption).toInt();
     const int seconds = parser.value(secondsOption).toInt();
     const int threads = qMax(1, parser.value(threadsOption).toInt());
-    const int warmupWrites = rate; // the first second is not counted
+    // Connections settle (buffers, caches) in the first seconds, which are not counted.
+    const int warmupWrites = rate * qMax(0, parser.value(warmupOption).toInt());
     const int writes = rate * seconds + warmupWrites;
     const QString program = parser.value(programOption);
 
@@ -453,6 +466,21 @@ int main(int argc, char *argv[])
             continue;
         }
         latencies.push_back(double(last - sentAt[size_t(i)]) / 1e6);
+    }
+    if (parser.isSet(timelineOption)) {
+        for (int second = 1; second <= seconds; ++second) {
+            std::vector<double> window;
+            for (int i = warmupWrites + (second - 1) * rate; i < warmupWrites + second * rate; ++i) {
+                qint64 last = 0;
+                for (ListenerGroup *group : groups)
+                    last = std::max(last, group->lastArrival()[size_t(i)]);
+                window.push_back(double(last - sentAt[size_t(i)]) / 1e6);
+            }
+            std::printf("  second %d: median %.1f ms, max %.1f ms\n",
+                        second,
+                        percentile(window, 0.5),
+                        percentile(window, 1.0));
+        }
     }
     for (ListenerGroup *group : groups)
         delete group; // its thread has ended
