@@ -32,6 +32,7 @@ void RealtimeSocketHandler::install(HttpRouter &router)
             QString host = QString::fromLatin1(request.header("host"));
             if (host.isEmpty())
                 host = m_fallbackHost;
+            socket->setWriteBatcher(&m_batcher);
             auto *session = new RealtimeSession(socket, host, m_context, this);
             m_sessions.insert(session);
             connect(session, &RealtimeSession::finished, this, [this, session] {

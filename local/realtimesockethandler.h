@@ -1,6 +1,7 @@
 #pragma once
 
 #include "local/realtimesession.h"
+#include "local/writebatcher.h"
 
 #include <QObject>
 #include <QSet>
@@ -29,4 +30,5 @@ private:
     QString m_namespace;
     QString m_fallbackHost;
     QSet<RealtimeSession *> m_sessions;
+    WriteBatcher m_batcher;
 };

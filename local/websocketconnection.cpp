@@ -1,6 +1,7 @@
 #include "local/websocketconnection.h"
 
 #include "local/tcpquickack.h"
+#include "local/writebatcher.h"
 
 #include <QCryptographicHash>
 #include <QTcpSocket>
@@ -64,6 +65,8 @@ WebSocketConnection::WebSocketConnection(QTcpSocket *socket,
 
 WebSocketConnection::~WebSocketConnection()
 {
+    if (m_batcher && !m_batch.isEmpty())
+        m_batcher->forget(this);
     m_socket->disconnect(this);
 }
 
@@ -144,15 +147,31 @@ void WebSocketConnection::sendFrame(const QByteArray &frame)
     if (!m_open || m_closeSent)
         return;
     // A reader that stopped reading must not make the service buffer without bound.
-    if (m_socket->bytesToWrite() > m_maxPendingBytes) {
+    if (m_socket->bytesToWrite() + m_batch.size() > m_maxPendingBytes) {
         abort();
         return;
     }
-    m_socket->write(frame);
+    if (!m_batcher) {
+        m_socket->write(frame);
+        return;
+    }
+    if (m_batch.isEmpty())
+        m_batcher->schedule(this);
+    m_batch += frame;
+}
+
+void WebSocketConnection::flushBatch()
+{
+    if (m_batch.isEmpty())
+        return;
+    if (m_open)
+        m_socket->write(m_batch);
+    m_batch.clear();
 }
 
 void WebSocketConnection::sendControl(int opcode, const QByteArray &payload)
 {
+    flushBatch(); // frames keep their order
     QByteArray frame = frameHeader(opcode, payload.size());
     frame.append(payload);
     m_socket->write(frame);
@@ -187,6 +206,9 @@ void WebSocketConnection::failConnection(quint16 code, const QByteArray &reason)
 void WebSocketConnection::onDisconnected()
 {
     m_open = false;
+    if (m_batcher && !m_batch.isEmpty())
+        m_batcher->forget(this);
+    m_batch.clear();
     m_closeTimer.stop();
     if (m_closedEmitted)
         return;

@@ -6,6 +6,7 @@
 #include <QTimer>
 
 class QTcpSocket;
+class WriteBatcher;
 
 // The server side of RFC 6455 over a socket whose HTTP upgrade has already been answered.
 // Frames written with sendFrame() can be built once and shared by many connections.
@@ -34,6 +35,10 @@ public:
     QHostAddress peerAddress() const;
     void setMaxMessageSize(qint64 bytes) { m_maxMessageSize = bytes; }
     void setMaxPendingBytes(qint64 bytes) { m_maxPendingBytes = bytes; }
+    // Frames then wait for the batcher's turn instead of going to the socket one by one.
+    void setWriteBatcher(WriteBatcher *batcher) { m_batcher = batcher; }
+    // Hands the frames gathered for the batcher to the socket.
+    void flushBatch();
 
 signals:
     void textMessageReceived(const QByteArray &message);
@@ -58,4 +63,6 @@ private:
     qint64 m_maxMessageSize = 64 * 1024 * 1024;
     qint64 m_maxPendingBytes = 64 * 1024 * 1024;
     QTimer m_closeTimer;
+    WriteBatcher *m_batcher = nullptr;
+    QByteArray m_batch;
 };
