@@ -229,10 +229,9 @@ void RealtimeSession::handleRequest(const QJsonValue &requestId,
         answer = get(body);
     else if (action == QLatin1String("auth") || action == QLatin1String("gauth"))
         answer = authenticate(body);
-    else if (action == QLatin1String("unauth")) {
-        setAuth(AuthIdentity::anonymous());
-        answer = ok(QStringLiteral("unauthenticated"));
-    } else if (action == QLatin1String("o"))
+    else if (action == QLatin1String("unauth"))
+        answer = unauthenticate();
+    else if (action == QLatin1String("o"))
         answer = onDisconnect(body, false);
     else if (action == QLatin1String("om"))
         answer = onDisconnect(body, true);
@@ -270,6 +269,12 @@ QJsonObject RealtimeSession::authenticate(const QJsonObject &body)
     authVariable.insert(QStringLiteral("provider"), QStringLiteral("custom"));
     authVariable.insert(QStringLiteral("token"), identity.claims());
     return ok(QJsonObject{{"auth", authVariable}, {"expires", identity.expiresAt()}});
+}
+
+QJsonObject RealtimeSession::unauthenticate()
+{
+    setAuth(AuthIdentity::anonymous());
+    return ok(QStringLiteral("unauthenticated"));
 }
 
 void RealtimeSession::setAuth(const AuthIdentity &auth)

@@ -82,6 +82,7 @@ private:
     void handleRequest(const QJsonValue &requestId, const QString &action, const QJsonObject &body);
 
     QJsonObject authenticate(const QJsonObject &body);
+    QJsonObject unauthenticate();
     QJsonObject listen(const QJsonObject &body);
     QJsonObject unlisten(const QJsonObject &body);
     QJsonObject put(const QJsonObject &body);
