@@ -9,6 +9,7 @@
 #include <QMutexLocker>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 namespace {
@@ -25,6 +26,37 @@ qint64 toInt64(const QJsonValue &value)
     if (value.isString())
         return value.toString().toLongLong();
     return 0;
+}
+
+// Time stamps as the snapshot parser reads them: milliseconds as a number or as text holding
+// one. Built without a date-time, whose local-time conversion would cost more than the merge.
+bool toMSecs(const QJsonValue &value, qint64 *msecs)
+{
+    bool ok = false;
+    *msecs = 0;
+    if (value.isDouble()) {
+        const double number = value.toDouble();
+        ok = number > -9.2e18 && number < 9.2e18;
+        *msecs = ok ? qRound64(number) : 0;
+    } else if (value.isString()) {
+        *msecs = value.toString().toLongLong(&ok);
+    }
+    return ok;
+}
+
+// The epoch when there is no time.
+Timestamp toTimestamp(const QJsonValue &value)
+{
+    qint64 msecs = 0;
+    toMSecs(value, &msecs);
+    return Timestamp::fromMSecsSinceEpoch(msecs);
+}
+
+// Invalid when there is no time.
+Timestamp toTimestampIfPresent(const QJsonValue &value)
+{
+    qint64 msecs = 0;
+    return toMSecs(value, &msecs) ? Timestamp::fromMSecsSinceEpoch(msecs) : Timestamp();
 }
 
 // A map of user key to text ("userActivity", "userText") merged entry by entry: the entries
@@ -92,6 +124,13 @@ void ChatsRepository::initChats(const QList<FirebaseChat> &chats)
         m_chats.append(chat);
     }
     m_summaries.fill(Summary(), m_chats.size());
+    m_ownUnreadChats = 0;
+    m_ownUnreadMessages = 0;
+    m_missedUnreadChats = 0;
+    m_foreignUnread.clear();
+    m_agedUpTo = std::numeric_limits<qint64>::min();
+    m_agedChats = 0;
+    m_agedMessages = 0;
     for (int position = 0; position < m_chats.size(); ++position)
         indexChat(position);
     recomputeAllCategories();
@@ -139,6 +178,7 @@ void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &obje
     if (object.isEmpty()) {
         qDebug().noquote() << QStringLiteral("CHAT DELETED: ") + chatKey;
         unindexChat(m_chats.at(position));
+        tally(position, -1);
         m_chats.removeAt(position);
         m_summaries.remove(position);
         m_indexById.remove(chatKey);
@@ -171,9 +211,9 @@ void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &obje
     if (object.contains(QLatin1String("widget_id")))
         chat.setWidgetId(toInt64(object.value(QLatin1String("widget_id"))));
     if (object.contains(QLatin1String("createdAt")))
-        chat.setCreatedAt(parsed.getCreatedAt());
+        chat.setCreatedAt(toTimestamp(object.value(QLatin1String("createdAt"))));
     if (object.contains(QLatin1String("startedAt")))
-        chat.setStartedAt(parsed.getStartedAt());
+        chat.setStartedAt(toTimestampIfPresent(object.value(QLatin1String("startedAt"))));
     if (object.contains(QLatin1String("visitorBlocked")))
         chat.setVisitorBlocked(parsed.getVisitorBlocked());
     if (object.contains(QLatin1String("messageTarget")))
@@ -209,7 +249,13 @@ void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &obje
         if (fields.contains(QLatin1String("sender")))
             lastMessage.setSender(given.getSender());
         if (fields.contains(QLatin1String("sentAt"))) {
-            lastMessage.setSentAt(given.getSentAt());
+            const Timestamp sentAt = toTimestamp(fields.value(QLatin1String("sentAt")));
+            lastMessage.setSentAt(sentAt);
+            // Taken out of the totals with the time it went in under, then known anew.
+            tally(position, -1);
+            m_summaries[position].sentAtKnown = true;
+            m_summaries[position].sentAtMSecs = sentAt.toMSecsSinceEpoch();
+            tally(position, 1);
             notify = true;
         }
         if (fields.contains(QLatin1String("status")))
@@ -254,67 +300,71 @@ bool ChatsRepository::chatIsInWork(const QString &chatKey) const
 int ChatsRepository::getUnreadCount() const
 {
     refreshCategories();
-    int count = 0;
-    for (const Summary &summary : qAsConst(m_summaries)) {
-        if (summary.category == Util::CategoryMy && summary.unreadCount > 0 && summary.inWork)
-            ++count;
-    }
-    return count;
+    return m_ownUnreadChats;
 }
 
 int ChatsRepository::getMissedCount() const
 {
     refreshCategories();
-    int count = 0;
-    for (const Summary &summary : qAsConst(m_summaries)) {
-        if (summary.category == Util::CategoryMissed && summary.unreadCount > 0)
-            ++count;
-    }
-    return count;
+    return m_missedUnreadChats;
 }
 
+// The clock is read as milliseconds since the epoch: the local date-time is not needed, and
+// building it costs a time-zone lookup.
 int ChatsRepository::getUnreadForeignCount() const
 {
-    return getUnreadForeignCount(QDateTime::currentDateTime());
+    refreshCategories();
+    ageForeignUnread(QDateTime::currentMSecsSinceEpoch());
+    return m_agedChats;
 }
 
 int ChatsRepository::getUnreadForeignCount(const QDateTime &now) const
 {
     refreshCategories();
-    const qint64 nowMSecs = now.toMSecsSinceEpoch();
-    int count = 0;
-    for (const Summary &summary : qAsConst(m_summaries)) {
-        if (isForeignUnread(summary, nowMSecs))
-            ++count;
-    }
-    return count;
+    ageForeignUnread(now.toMSecsSinceEpoch());
+    return m_agedChats;
 }
 
 int ChatsRepository::getUnreadMessagesCount() const
 {
-    return getUnreadMessagesCount(QDateTime::currentDateTime());
+    refreshCategories();
+    ageForeignUnread(QDateTime::currentMSecsSinceEpoch());
+    return unreadMessages();
 }
 
 int ChatsRepository::getUnreadMessagesCount(const QDateTime &now) const
 {
     refreshCategories();
-    const qint64 nowMSecs = now.toMSecsSinceEpoch();
-    qint64 sum = 0;
-    for (const Summary &summary : qAsConst(m_summaries)) {
-        const bool own = summary.category == Util::CategoryMy && summary.unreadCount > 0
-                         && summary.inWork;
-        if (own || isForeignUnread(summary, nowMSecs))
-            sum += summary.unreadCount;
-    }
-    return int(qMin<qint64>(sum, std::numeric_limits<int>::max()));
+    ageForeignUnread(now.toMSecsSinceEpoch());
+    return unreadMessages();
 }
 
-// The age is counted in whole seconds, truncated: a message 25.9 s old is 25 s old and not
-// counted yet. A last message from the future (clocks apart) is not old.
-bool ChatsRepository::isForeignUnread(const Summary &summary, qint64 nowMSecs) const
+int ChatsRepository::unreadMessages() const
 {
-    return summary.category == Util::CategoryNotMy && summary.unreadCount > 0 && summary.inWork
-           && (nowMSecs - summary.sentAtMSecs) / 1000 > ForeignUnreadAgeSeconds;
+    return int(qMin<qint64>(m_ownUnreadMessages + m_agedMessages, std::numeric_limits<int>::max()));
+}
+
+// The age is counted in whole seconds, truncated: a message 25.9 s old is 25 s old and does not
+// count yet; it counts from 26 s on. A last message from the future (clocks apart) is not old.
+// The clock mostly moves forward, so the bound mostly moves over the few chats that came of
+// age since the last read; a read for an earlier moment moves it back.
+void ChatsRepository::ageForeignUnread(qint64 nowMSecs) const
+{
+    const qint64 upTo = nowMSecs - (ForeignUnreadAgeSeconds + 1) * 1000;
+    if (upTo > m_agedUpTo) {
+        const auto end = m_foreignUnread.upper_bound(upTo);
+        for (auto it = m_foreignUnread.upper_bound(m_agedUpTo); it != end; ++it) {
+            ++m_agedChats;
+            m_agedMessages += it->second;
+        }
+    } else if (upTo < m_agedUpTo) {
+        const auto end = m_foreignUnread.upper_bound(m_agedUpTo);
+        for (auto it = m_foreignUnread.upper_bound(upTo); it != end; ++it) {
+            --m_agedChats;
+            m_agedMessages -= it->second;
+        }
+    }
+    m_agedUpTo = upTo;
 }
 
 // Counted at most once per connection and gated as it always was: with the counter at 0 every
@@ -394,12 +444,53 @@ void ChatsRepository::unindexChat(const FirebaseChat &chat)
 void ChatsRepository::summarize(int position) const
 {
     const FirebaseChat &chat = m_chats.at(position);
+    tally(position, -1);
     Summary &summary = m_summaries[position];
     summary.category = Util::getChatCategory(chat);
     summary.unreadCount = chat.getUnreadCount();
     summary.inWork = chat.getChatStatus() == WorkStatus;
-    const QDateTime sentAt = chat.getLastMessage().getSentAt();
-    summary.sentAtMSecs = sentAt.isValid() ? sentAt.toMSecsSinceEpoch() : 0;
+    tally(position, 1);
+}
+
+// Adds the chat to the totals (sign 1) or takes it out again (sign -1).
+void ChatsRepository::tally(int position, int sign) const
+{
+    Summary &summary = m_summaries[position];
+    if (summary.unreadCount <= 0)
+        return;
+    if (summary.category == Util::CategoryMy && summary.inWork) {
+        m_ownUnreadChats += sign;
+        m_ownUnreadMessages += qint64(sign) * summary.unreadCount;
+        return;
+    }
+    if (summary.category == Util::CategoryMissed) {
+        m_missedUnreadChats += sign;
+        return;
+    }
+    if (summary.category != Util::CategoryNotMy || !summary.inWork)
+        return;
+
+    if (!summary.sentAtKnown) {
+        const QDateTime sentAt = m_chats.at(position).getLastMessage().getSentAt();
+        summary.sentAtMSecs = sentAt.isValid() ? sentAt.toMSecsSinceEpoch() : 0;
+        summary.sentAtKnown = true;
+    }
+    const bool aged = summary.sentAtMSecs <= m_agedUpTo;
+    if (aged) {
+        m_agedChats += sign;
+        m_agedMessages += qint64(sign) * summary.unreadCount;
+    }
+    if (sign > 0) {
+        m_foreignUnread.emplace(summary.sentAtMSecs, summary.unreadCount);
+        return;
+    }
+    const auto range = m_foreignUnread.equal_range(summary.sentAtMSecs);
+    for (auto it = range.first; it != range.second; ++it) {
+        if (it->second == summary.unreadCount) {
+            m_foreignUnread.erase(it);
+            break;
+        }
+    }
 }
 
 // Brings the cached categories up to the session's user, the users and the user keys: all of

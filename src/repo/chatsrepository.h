@@ -13,6 +13,9 @@
 #include <QStringList>
 #include <QVector>
 
+#include <limits>
+#include <map>
+
 // The account's chats, merged from the "chats" stream, and the counters of the main window and
 // the dock badge.
 //
@@ -20,14 +23,16 @@
 // a user through hashes by visitor and by operator. Each chat's category (Util::getChatCategory)
 // is cached beside it: a chat's own change recomputes its category at once, while changes of
 // the session's user, of the users and of the user keys are picked up when a counter is read
-// (UsersRepository::usersChangedSince), for just the chats of the users concerned.
+// (UsersRepository::usersChangedSince), for just the chats of the users concerned. The counters
+// are running totals over those categories, so that reading them after every chat event (as
+// the main window does) costs nothing like a pass over every chat.
 class ChatsRepository : public QObject
 {
     Q_OBJECT
 
 public:
-    // Messages of chats that wait at least this long without an answer count in other
-    // operators' chats too (getUnreadForeignCount): whole seconds above this value.
+    // Another operator's unread chat counts (getUnreadForeignCount) once its last message is
+    // more than this many whole seconds old: a colleague has left the visitor waiting.
     static constexpr qint64 ForeignUnreadAgeSeconds = 25;
 
     // Creates the process-wide instance; later calls keep the one that exists.
@@ -53,7 +58,7 @@ public:
     // Missed chats (category 2) with unread messages.
     int getMissedCount() const;
     // Other operators' chats (category 1) in work with unread messages whose last message is
-    // older than ForeignUnreadAgeSeconds: those a colleague has left waiting.
+    // older than ForeignUnreadAgeSeconds. `now` stands for the clock.
     int getUnreadForeignCount() const;
     int getUnreadForeignCount(const QDateTime &now) const;
     // Unread messages of the chats that getUnreadCount and getUnreadForeignCount count: the
@@ -61,7 +66,8 @@ public:
     int getUnreadMessagesCount() const;
     int getUnreadMessagesCount(const QDateTime &now) const;
 
-    // Server clock minus local clock as the presentation needs it; set to 0 on each "init".
+    // Kept for the presentation, which gives it its meaning; the chats stream handler sets it
+    // to 0 on each "init".
     qint64 getTimeOffset() const { return m_timeOffset; }
     void setTimeOffset(qint64 timeOffset) { m_timeOffset = timeOffset; }
 
@@ -78,16 +84,19 @@ signals:
     void chatChanged(QString chatKey, bool notify);
     void chatAdded(QString chatKey);
     void chatDeleted(QString chatKey);
+    // Declared for the views; merges tell of a new last message by chatChanged's flag.
     void lastMessageChanged(QString chatKey);
 
 private:
-    // What the counters read of a chat, kept beside the list so that a count is a pass over
-    // a compact array.
+    // What the counters read of a chat, kept beside the list.
     struct Summary
     {
         int category = 3;
         int unreadCount = 0;
         bool inWork = false;
+        // The last message's time, once known: merges give it as they set it, otherwise it is
+        // read from the record when the counters first need it (a date-time conversion).
+        bool sentAtKnown = false;
         qint64 sentAtMSecs = 0;
     };
 
@@ -96,15 +105,29 @@ private:
     void indexChat(int position);
     void unindexChat(const FirebaseChat &chat);
     void summarize(int position) const;
+    void tally(int position, int sign) const;
     void refreshCategories() const;
     void recomputeAllCategories() const;
+    // Counts the other operators' unread chats whose last message is old enough at `now`.
+    void ageForeignUnread(qint64 nowMSecs) const;
+    int unreadMessages() const;
     QStringList chatsOfUser(const QString &userKey, bool withOperators) const;
-    bool isForeignUnread(const Summary &summary, qint64 nowMSecs) const;
 
     static QPointer<ChatsRepository> s_instance;
 
     QList<FirebaseChat> m_chats;
     mutable QVector<Summary> m_summaries;
+    // Running totals over the summaries: own unread chats in work and their messages, missed
+    // unread chats, and other operators' unread chats in work as (last-message time, unread
+    // count). Of the latter, those sent up to m_agedUpTo are summed up in m_aged*; the bound
+    // moves with the clock, so each chat is added once as it comes of age.
+    mutable int m_ownUnreadChats = 0;
+    mutable qint64 m_ownUnreadMessages = 0;
+    mutable int m_missedUnreadChats = 0;
+    mutable std::multimap<qint64, int> m_foreignUnread;
+    mutable qint64 m_agedUpTo = std::numeric_limits<qint64>::min();
+    mutable int m_agedChats = 0;
+    mutable qint64 m_agedMessages = 0;
     QHash<QString, int> m_indexById;
     QHash<QString, QStringList> m_chatsByVisitor;
     QHash<QString, QStringList> m_chatsByOperator;

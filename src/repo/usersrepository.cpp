@@ -200,6 +200,7 @@ void UsersRepository::updateKeys(const QJsonObject &tree)
         const QJsonValue value = it.value();
         if (value.isNull() || value.isUndefined()) {
             m_userKeys.remove(number);
+            m_userKeySets.remove(number);
             noteEverythingChanged();
             emit userRemoved(it.key());
             continue;
@@ -209,17 +210,21 @@ void UsersRepository::updateKeys(const QJsonObject &tree)
 
         QStringList changed;
         QStringList &keys = m_userKeys[number];
+        QSet<QString> &keySet = m_userKeySets[number];
         const QJsonObject users = value.toObject();
         for (auto user = users.begin(); user != users.end(); ++user) {
             const QJsonValue flag = user.value();
             if (flag.isBool() && flag.toBool()) {
-                if (!keys.contains(user.key())) {
+                if (!keySet.contains(user.key())) {
                     keys.append(user.key());
+                    keySet.insert(user.key());
                     changed.append(user.key());
                 }
             } else if (flag.isBool() || flag.isNull()) {
-                if (keys.removeAll(user.key()) > 0)
+                if (keys.removeAll(user.key()) > 0) {
+                    keySet.remove(user.key());
                     changed.append(user.key());
+                }
             }
         }
         if (changed.isEmpty())
@@ -233,6 +238,9 @@ void UsersRepository::updateKeys(const QJsonObject &tree)
 void UsersRepository::setUserKeys(const QHash<qint64, QStringList> &userKeys)
 {
     m_userKeys = userKeys;
+    m_userKeySets.clear();
+    for (auto it = userKeys.begin(); it != userKeys.end(); ++it)
+        m_userKeySets.insert(it.key(), QSet<QString>(it.value().begin(), it.value().end()));
     noteEverythingChanged();
 }
 
@@ -243,8 +251,8 @@ QHash<qint64, QStringList> UsersRepository::getUserKeys() const
 
 bool UsersRepository::hasUserKey(qint64 number, const QString &userKey) const
 {
-    const auto found = m_userKeys.constFind(number);
-    return found != m_userKeys.constEnd() && found.value().contains(userKey);
+    const auto found = m_userKeySets.constFind(number);
+    return found != m_userKeySets.constEnd() && found.value().contains(userKey);
 }
 
 bool UsersRepository::hasUser(const QString &userKey) const

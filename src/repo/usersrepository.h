@@ -7,6 +7,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -82,6 +83,8 @@ private:
     QList<FirebaseUser> m_users;
     QHash<QString, int> m_indexById;
     QHash<qint64, QStringList> m_userKeys;
+    // The same as sets: categories ask for one key of one widget per chat.
+    QHash<qint64, QSet<QString>> m_userKeySets;
 
     quint64 m_revision = 0;
     // Revision of the last change that affects every chat.

@@ -66,10 +66,11 @@ void VisitorsRepository::update(const QJsonObject &visitors)
             count(found.value(), 1);
             emit visitorUpdated(visitorKey);
         } else {
-            FirebaseVisitor visitor = JsonParser::getFirebaseVisitorFromJson(value.toObject());
+            // Moved into place: a snapshot brings tens of thousands of visitors.
+            FirebaseVisitor &visitor = m_visitors[visitorKey];
+            visitor = JsonParser::getFirebaseVisitorFromJson(value.toObject());
             visitor.setId(visitorKey);
             count(visitor, 1);
-            m_visitors.insert(visitorKey, visitor);
             emit visitorAdded(visitorKey);
         }
     }

@@ -89,6 +89,7 @@ private slots:
     void countersAtTheAgeBoundary_data();
     void countersAtTheAgeBoundary();
     void countersFollowChatChanges();
+    void foreignAgeFollowsTheClock();
     void countersFollowUsersKeysAndSession();
     void countersFollowThousandsOfUserChanges();
     void nonsenseKeepsOtherChats();
@@ -404,6 +405,34 @@ void TestChatsRepository::countersFollowChatChanges()
     m_chats->update(streamEvent("/" + Elsewhere, json(R"({"widget_id": 10234, "unreadCount": 6,
                                              "operators": ["-NqOpAnna1021xQ7kLm"]})")));
     COMPARE_COUNTS(countsAt(m_chats, later), 2, 0, 0, 7);
+}
+
+void TestChatsRepository::foreignAgeFollowsTheClock()
+{
+    const QDateTime aged = at(ForeignSentAt + 26000);
+    COMPARE_COUNTS(countsAt(m_chats, aged), 1, 1, 1, 5);
+
+    // More unread messages in a chat already counted.
+    m_chats->update(streamEvent("/" + Foreign + "/unreadCount", 7));
+    COMPARE_COUNTS(countsAt(m_chats, aged), 1, 1, 1, 9);
+
+    // Asked for an earlier moment, then changed while too young to count.
+    COMPARE_COUNTS(countsAt(m_chats, at(ForeignSentAt + 10000)), 1, 1, 0, 2);
+    m_chats->update(streamEvent("/" + Foreign + "/unreadCount", 1));
+    COMPARE_COUNTS(countsAt(m_chats, aged), 1, 1, 1, 3);
+
+    // Another operator's chat whose visitor wrote 20 s after the first one's.
+    const QString second = "-NqChat5512402ff06";
+    m_chats->update(
+        streamEvent("/" + second,
+                    withChanges(m_snapshot.value(Foreign).toObject(),
+                                json(R"({"unreadCount": 4, "lastMessage": {"sender": "-NqVisMaria4Zt8Hq1",
+                             "sentAt": 1709631021000, "text": "Алло?", "type": "text"}})"))));
+    COMPARE_COUNTS(countsAt(m_chats, aged), 1, 1, 1, 3);
+    COMPARE_COUNTS(countsAt(m_chats, at(ForeignSentAt + 46000)), 1, 1, 2, 7);
+    QTest::ignoreMessage(QtDebugMsg, qPrintable("CHAT DELETED: " + Foreign));
+    m_chats->update(streamEvent("/" + Foreign, QJsonValue::Null));
+    COMPARE_COUNTS(countsAt(m_chats, at(ForeignSentAt + 46000)), 1, 1, 1, 6);
 }
 
 void TestChatsRepository::countersFollowUsersKeysAndSession()

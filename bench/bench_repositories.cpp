@@ -1,0 +1,355 @@
+// Cost of the repositories on a whole account: filling them from the mapped first snapshots,
+// merging one chat patch and reading the four counters of the main window, fanning one user
+// change out to the chats, and the memory the records hold against the JSON they came from.
+//
+//   bench_repositories [small|large] [--rounds N] [--patches N]
+//
+// Limits (large profile): filling under 100 ms, a patch with the counters under 100 us
+// (median), memory under 3 times the JSON. Times are given as wall-clock and as the thread's
+// CPU time; the limits are checked on the CPU time, which other load on a shared machine does
+// not inflate.
+#include "network/firebasereply.h"
+#include "repo/authsession.h"
+#include "repo/chatsrepository.h"
+#include "repo/usersrepository.h"
+#include "repo/visitorsrepository.h"
+#include "snapshotgenerator.h"
+#include "util/jsonparser.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QJsonDocument>
+#include <QRandomGenerator>
+#include <QTextStream>
+
+#include <algorithm>
+#include <ctime>
+#include <vector>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+namespace {
+
+qint64 threadCpuNs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
+class Stopwatch
+{
+public:
+    Stopwatch()
+        : m_cpu(threadCpuNs())
+    {
+        m_wall.start();
+    }
+    qint64 wallNs() const { return m_wall.nsecsElapsed(); }
+    qint64 cpuNs() const { return threadCpuNs() - m_cpu; }
+
+private:
+    QElapsedTimer m_wall;
+    qint64 m_cpu;
+};
+
+// Samples of one measure, in a chosen unit.
+struct Samples
+{
+    std::vector<double> wall;
+    std::vector<double> cpu;
+
+    void add(qint64 wallNs, qint64 cpuNs, double unitNs)
+    {
+        wall.push_back(wallNs / unitNs);
+        cpu.push_back(cpuNs / unitNs);
+    }
+    void add(const Stopwatch &watch, double unitNs) { add(watch.wallNs(), watch.cpuNs(), unitNs); }
+};
+
+double percentile(std::vector<double> values, int percent)
+{
+    std::sort(values.begin(), values.end());
+    return values[std::min(values.size() - 1, values.size() * size_t(percent) / 100)];
+}
+
+QString medianText(const Samples &samples)
+{
+    return QStringLiteral("%1 (cpu %2)")
+        .arg(percentile(samples.wall, 50), 0, 'f', 1)
+        .arg(percentile(samples.cpu, 50), 0, 'f', 1);
+}
+
+QString medianP99Text(const Samples &samples)
+{
+    return QStringLiteral("median %1, p99 %2 (cpu: median %3, p99 %4)")
+        .arg(percentile(samples.wall, 50), 0, 'f', 1)
+        .arg(percentile(samples.wall, 99), 0, 'f', 1)
+        .arg(percentile(samples.cpu, 50), 0, 'f', 1)
+        .arg(percentile(samples.cpu, 99), 0, 'f', 1);
+}
+
+// A stream's first event as the subscription hands it over: {"p": "/", "d": snapshot}, read
+// from the text that came over the wire.
+FirebaseReply initEvent(const QJsonObject &snapshot)
+{
+    const QByteArray body = QJsonDocument(QJsonObject{{"p", "/"}, {"d", snapshot}})
+                                .toJson(QJsonDocument::Compact);
+    return FirebaseReply(QStringLiteral("init"), QJsonDocument::fromJson(body).object());
+}
+
+qint64 jsonSize(const FirebaseReply &reply)
+{
+    return QJsonDocument(reply.getData()).toJson(QJsonDocument::Compact).size();
+}
+
+// Bytes the allocator has handed out and not got back; 0 where that cannot be asked.
+qint64 heapInUse()
+{
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 33))
+    return qint64(mallinfo2().uordblks);
+#else
+    return 0;
+#endif
+}
+
+// What the "init" handlers build from the snapshots before they fill the repositories.
+struct Mapped
+{
+    QList<FirebaseUser> users;
+    QList<FirebaseChat> chats;
+    QJsonObject visitors;
+};
+
+Mapped map(const FirebaseReply &users, const FirebaseReply &chats, const FirebaseReply &visitors)
+{
+    Mapped mapped;
+    const QJsonObject userTree = users.getData().value("d").toObject();
+    for (auto it = userTree.begin(); it != userTree.end(); ++it) {
+        FirebaseUser user = JsonParser::getFirebaseUserFromJson(it.value().toObject());
+        user.setId(it.key());
+        mapped.users.append(user);
+    }
+    const QJsonObject chatTree = chats.getData().value("d").toObject();
+    for (auto it = chatTree.begin(); it != chatTree.end(); ++it) {
+        FirebaseChat chat = JsonParser::getFirebaseChatFromJson(it.value().toObject());
+        chat.setId(it.key());
+        mapped.chats.append(chat);
+    }
+    mapped.visitors = JsonParser::fromFirebaseReply(visitors);
+    return mapped;
+}
+
+// What the main window's refresh reads after each chat event.
+int readCounters(const ChatsRepository *chats)
+{
+    return chats->getUnreadCount() + chats->getMissedCount() + chats->getUnreadForeignCount()
+           + chats->getUnreadMessagesCount();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QTextStream out(stdout);
+
+    const Profile *profile = &Profiles[1];
+    int rounds = 9;
+    int patches = 20000;
+    const QStringList args = app.arguments().mid(1);
+    for (int i = 0; i < args.size(); ++i) {
+        if (args[i] == QLatin1String("--rounds") && i + 1 < args.size()) {
+            rounds = qMax(1, args[++i].toInt());
+        } else if (args[i] == QLatin1String("--patches") && i + 1 < args.size()) {
+            patches = qMax(100, args[++i].toInt());
+        } else {
+            profile = nullptr;
+            for (const Profile &p : Profiles) {
+                if (args[i] == QLatin1String(p.name))
+                    profile = &p;
+            }
+            if (!profile) {
+                out << "usage: bench_repositories [small|large] [--rounds N] [--patches N]\n";
+                return 2;
+            }
+        }
+    }
+
+    SnapshotGenerator generator(*profile);
+    const FirebaseReply usersEvent = initEvent(generator.users());
+    const FirebaseReply chatsEvent = initEvent(generator.chats());
+    const FirebaseReply visitorsEvent = initEvent(generator.visitors());
+    const FirebaseReply keysEvent = initEvent(generator.userKeys());
+    const qint64 jsonBytes = jsonSize(usersEvent) + jsonSize(chatsEvent) + jsonSize(visitorsEvent)
+                             + jsonSize(keysEvent);
+
+    UsersRepository::init(nullptr);
+    ChatsRepository::init(nullptr);
+    VisitorsRepository::init(nullptr);
+    AuthSession::init(nullptr);
+    UsersRepository *users = UsersRepository::getInstance();
+    ChatsRepository *chats = ChatsRepository::getInstance();
+    VisitorsRepository *visitors = VisitorsRepository::getInstance();
+    users->setUserKeys(JsonParser::getUserKeysFromJson(keysEvent.getData().value("d").toObject()));
+    AuthSession::getInstance()->setUserId(generator.operatorKeys().first());
+
+    out << "profile " << profile->name << ": " << profile->chats << " chats, "
+        << profile->visitorUsers + profile->operators << " users, " << profile->visitorsOnline
+        << " visitors; " << jsonBytes / 1024 << " KiB of JSON\n";
+    out.flush();
+
+    int sink = 0;
+    const auto empty = [&] {
+        users->initUsers({});
+        chats->initChats({});
+        visitors->initialize(QJsonObject());
+    };
+
+    // Filling empty repositories, as the handlers do on the first "init" after signing in:
+    // the repositories alone, then wired as the application wires them (users' changes fan out
+    // to the chats, and every chat event reads the counters, as the main window's refresh does).
+    Samples fillUsers, fillChats, fillVisitors, fill, fillWired;
+    for (int round = 0; round <= rounds; ++round) {
+        empty();
+        const Mapped mapped = map(usersEvent, chatsEvent, visitorsEvent);
+        const Stopwatch total;
+        Stopwatch part;
+        users->initUsers(mapped.users);
+        const qint64 usersWall = part.wallNs(), usersCpu = part.cpuNs();
+        part = Stopwatch();
+        chats->initChats(mapped.chats);
+        const qint64 chatsWall = part.wallNs(), chatsCpu = part.cpuNs();
+        part = Stopwatch();
+        visitors->initialize(mapped.visitors);
+        const qint64 visitorsWall = part.wallNs(), visitorsCpu = part.cpuNs();
+        const qint64 totalWall = total.wallNs(), totalCpu = total.cpuNs();
+        if (round == 0)
+            continue; // warm-up
+        fillUsers.add(usersWall, usersCpu, 1e6);
+        fillChats.add(chatsWall, chatsCpu, 1e6);
+        fillVisitors.add(visitorsWall, visitorsCpu, 1e6);
+        fill.add(totalWall, totalCpu, 1e6);
+    }
+    {
+        QObject wiring;
+        QObject::connect(users, &UsersRepository::userChanged, &wiring, [&](const QString &key) {
+            chats->onUserChanged(key);
+        });
+        QObject::connect(chats, &ChatsRepository::chatChanged, &wiring, [&](const QString &, bool) {
+            sink += readCounters(chats);
+        });
+        for (int round = 0; round <= rounds; ++round) {
+            empty();
+            const Mapped mapped = map(usersEvent, chatsEvent, visitorsEvent);
+            const Stopwatch watch;
+            users->initUsers(mapped.users);
+            chats->initChats(mapped.chats);
+            visitors->initialize(mapped.visitors);
+            if (round > 0)
+                fillWired.add(watch, 1e6);
+        }
+    }
+
+    // One chat patch as the stream delivers it (a visitor's new message), merged, then the
+    // four counters read.
+    QRandomGenerator random(7);
+    const QStringList chatKeys = generator.chatKeys();
+    std::vector<FirebaseReply> events;
+    events.reserve(size_t(patches));
+    for (int i = 0; i < patches; ++i) {
+        const QString key = chatKeys.at(int(random.bounded(chatKeys.size())));
+        const QJsonObject patch{{"unreadCount", int(random.bounded(5))},
+                                {"lastMessage",
+                                 QJsonObject{{"sender", chats->getChatById(key).getVisitor()},
+                                             {"sentAt", SnapshotGenerator::Now + i * 1000},
+                                             {"status", "delivered"},
+                                             {"text", "Подскажите, пожалуйста, сроки доставки"},
+                                             {"type", "text"}}}};
+        events.emplace_back(QStringLiteral("patch"),
+                            QJsonObject{{"p", QString("/" + key)}, {"d", patch}});
+    }
+    Samples patch, patchFromEvent;
+    for (const FirebaseReply &event : events) {
+        const Stopwatch watch;
+        const QJsonObject tree = JsonParser::fromFirebaseReply(event);
+        const Stopwatch merge;
+        chats->update(tree);
+        sink += readCounters(chats);
+        patch.add(merge, 1e3);
+        patchFromEvent.add(watch, 1e3);
+    }
+
+    // One user change fanned out to the user's chats: an operator's (a dozen chats or so), and
+    // a visitor's online flag through the users repository, wired as in the application, with
+    // the counters read after it.
+    int fanned = 0;
+    QObject receiver;
+    QObject::connect(chats, &ChatsRepository::chatChanged, &receiver, [&](const QString &, bool) {
+        ++fanned;
+    });
+    const QStringList operatorKeys = generator.operatorKeys();
+    const int fanOuts = 20000;
+    Samples fanOut;
+    for (int i = 0; i < fanOuts; ++i) {
+        const QString key = operatorKeys.at(i % operatorKeys.size());
+        const Stopwatch watch;
+        chats->onUserChanged(key);
+        fanOut.add(watch, 1e3);
+    }
+    const int chatsPerOperator = fanned / fanOuts;
+    QObject::connect(users, &UsersRepository::userChanged, &receiver, [&](const QString &key) {
+        chats->onUserChanged(key);
+    });
+    const QStringList visitorKeys = generator.visitorKeys();
+    Samples userEvent;
+    for (int i = 0; i < 20000; ++i) {
+        const QString key = visitorKeys.at(i % visitorKeys.size());
+        const QJsonObject tree{{key, QJsonObject{{"online", (i / visitorKeys.size()) % 2 == 1}}}};
+        const Stopwatch watch;
+        users->update(tree);
+        sink += readCounters(chats);
+        userEvent.add(watch, 1e3);
+    }
+    QObject::disconnect(users, nullptr, &receiver, nullptr);
+
+    // Memory: the heap the filled repositories hold once the mapped lists and trees are gone.
+    empty();
+    const qint64 before = heapInUse();
+    {
+        const Mapped mapped = map(usersEvent, chatsEvent, visitorsEvent);
+        users->initUsers(mapped.users);
+        chats->initChats(mapped.chats);
+        visitors->initialize(mapped.visitors);
+    }
+    const qint64 held = heapInUse() - before;
+    const double ratio = double(held) / double(jsonBytes);
+
+    out << "fill ms, median of " << rounds << ": users " << medianText(fillUsers) << ", chats "
+        << medianText(fillChats) << ", visitors " << medianText(fillVisitors) << "; total "
+        << medianText(fill) << " (limit 100)\n";
+    out << "fill wired as in the application ms: " << medianText(fillWired) << "\n";
+    out << "chat patch + 4 counters us: " << medianP99Text(patch) << " (limit 100 median)\n";
+    out << "the same from the stream event us: " << medianP99Text(patchFromEvent) << "\n";
+    out << "operator change fanned out to " << chatsPerOperator
+        << " chats us: " << medianP99Text(fanOut) << "\n";
+    out << "visitor online flag through the users repository + 4 counters us: "
+        << medianP99Text(userEvent) << "\n";
+    if (held > 0) {
+        out << QStringLiteral("memory held %1 KiB for %2 KiB of JSON: ratio %3 (limit 3.00)\n")
+                   .arg(held / 1024)
+                   .arg(jsonBytes / 1024)
+                   .arg(ratio, 0, 'f', 2);
+    } else {
+        out << "memory: not measurable with this allocator\n";
+    }
+    if (sink == -1)
+        out << "";
+
+    const bool met = percentile(fill.cpu, 50) < 100 && percentile(patch.cpu, 50) < 100
+                     && (held <= 0 || ratio < 3.0);
+    out << (met ? "limits met\n" : "LIMITS MISSED\n");
+    return met ? 0 : 1;
+}
