@@ -323,6 +323,27 @@ void TestFirebaseClient::unansweredRefreshIsRetried()
     QVERIFY(waitUntil([&] { return client->getLastTokenRefresh() > signedInAt; }, 5000));
     QCOMPARE(client->refreshInterval(), 2705000);
     QCOMPARE(errors.count(), 0);
+
+    // A refresh dates the token by the server's clock (its Date header, whole seconds) for every
+    // stream; a stream that never connected keeps that date, as nothing overwrites it.
+    FirebaseClient offline(QStringLiteral("https://127.0.0.1:%1").arg(deadPort()),
+                           kApiKey,
+                           QStringLiteral("tallyra-local"),
+                           QString());
+    offline.setIdentityUrl(m_local.baseUrl());
+    offline.setTokenUrl(m_local.baseUrl());
+    // The local clock stands still at the epoch, so a date near now can only be the server's.
+    offline.setClock([] { return qint64(0); });
+    offline.setToken(customToken());
+    EventRecorder recorder;
+    QVERIFY(offline.subscribe("/x", &recorder, "onEvent"));
+    QTest::qWait(100);
+    offline.refreshToken();
+    QVERIFY(offline.subscription("/x")->isStopped());
+    const QDateTime date = offline.subscription("/x")->authTime();
+    QVERIFY(date.isValid());
+    QCOMPARE(date.time().msec(), 0);
+    QVERIFY(qAbs(date.secsTo(QDateTime::currentDateTime())) < 10);
 }
 
 void TestFirebaseClient::watchdogRefreshesAfterAnHourWithoutOne()
