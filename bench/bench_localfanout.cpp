@@ -27,6 +27,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -78,7 +79,6 @@ public:
             connect(m_socket, &QTcpSocket::connected, this, &BenchSocket::sendUpgrade);
             m_socket->connectToHost(m_target.host, m_target.port);
         }
-        m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         connect(m_socket, &QTcpSocket::readyRead, this, &BenchSocket::onReadyRead);
     }
 
@@ -107,6 +107,9 @@ public:
 private:
     void sendUpgrade()
     {
+        // Only a connected socket takes the option; without it Nagle's algorithm would hold
+        // each write back until the previous one is acknowledged.
+        m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         QByteArray nonce(16, Qt::Uninitialized);
         for (char &c : nonce)
             c = char(QRandomGenerator::global()->bounded(256));
@@ -178,6 +181,7 @@ public:
     ListenerGroup(const Target &target, int count, int writes)
         : m_target(target)
         , m_count(count)
+        , m_firstArrival(size_t(writes), 0)
         , m_lastArrival(size_t(writes), 0)
         , m_arrivals(size_t(writes), 0)
     {}
@@ -198,6 +202,7 @@ public:
     }
 
     std::atomic<int> listening{0};
+    const std::vector<qint64> &firstArrival() const { return m_firstArrival; }
     const std::vector<qint64> &lastArrival() const { return m_lastArrival; }
     const std::vector<int> &arrivals() const { return m_arrivals; }
 
@@ -217,12 +222,14 @@ private:
             text.mid(at + 6, 12).split(',').first().split('}').first().toLongLong());
         if (seq >= m_arrivals.size())
             return;
-        ++m_arrivals[seq];
+        if (m_arrivals[seq]++ == 0)
+            m_firstArrival[seq] = now;
         m_lastArrival[seq] = std::max(m_lastArrival[seq], now);
     }
 
     Target m_target;
     int m_count;
+    std::vector<qint64> m_firstArrival;
     std::vector<qint64> m_lastArrival;
     std::vector<int> m_arrivals;
 };
@@ -453,6 +460,7 @@ int main(int argc, char *argv[])
     }
 
     std::vector<double> latencies;
+    std::vector<double> firstLatencies;
     qint64 missing = 0;
     for (int i = warmupWrites; i < writes; ++i) {
         int received = 0;
@@ -466,6 +474,10 @@ int main(int argc, char *argv[])
             continue;
         }
         latencies.push_back(double(last - sentAt[size_t(i)]) / 1e6);
+        qint64 first = std::numeric_limits<qint64>::max();
+        for (ListenerGroup *group : groups)
+            first = std::min(first, group->firstArrival()[size_t(i)]);
+        firstLatencies.push_back(double(first - sentAt[size_t(i)]) / 1e6);
     }
     if (parser.isSet(timelineOption)) {
         for (int second = 1; second <= seconds; ++second) {
@@ -504,6 +516,9 @@ int main(int argc, char *argv[])
         percentile(latencies, 0.9),
         percentile(latencies, 0.99),
         percentile(latencies, 1.0));
+    std::printf("  write -> first listener: median %.2f ms, p99 %.2f ms\n",
+                percentile(firstLatencies, 0.5),
+                percentile(firstLatencies, 0.99));
     std::printf("  service CPU: %.0f %% of one core; memory: %.1f MB resident (peak %.1f MB)\n",
                 100.0 * (endSample.cpuSeconds - startSample.cpuSeconds) / measuredSeconds,
                 double(endSample.rssKb) / 1024.0,

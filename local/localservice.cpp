@@ -143,6 +143,7 @@ void LocalService::installRoutes()
     context.faults = m_faults;
     context.emulatorCredentials = m_options.plain;
     m_realtime = new RealtimeSocketHandler(context, m_options.databaseNamespace, this);
+    m_realtime->setPushBatchInterval(m_options.pushBatchMs);
     m_realtime->install(router);
     connect(m_faults,
             &FaultInjector::dropStreamsRequested,

@@ -46,6 +46,8 @@ public:
         int replyDelayMs = 0;
         bool refuseTokenRefresh = false;
         int saveIntervalMs = 1000;
+        // Pushes under load leave at most once per interval, several to a write.
+        int pushBatchMs = 4;
         HttpConnection::Settings http;
         // What --reset (and a first start) puts in the database.
         QJsonValue seed;

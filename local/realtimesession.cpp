@@ -86,8 +86,8 @@ void RealtimeSession::start()
                                 {"v", "5"},
                                 {"h", m_host},
                                 {"s", newSessionId()}};
-    m_socket->sendText(
-        encode(QJsonObject{{"t", "c"}, {"d", QJsonObject{{"t", "h"}, {"d", handshake}}}}));
+    m_socket->sendFrameNow(WebSocketConnection::textFrame(
+        encode(QJsonObject{{"t", "c"}, {"d", QJsonObject{{"t", "h"}, {"d", handshake}}}})));
 }
 
 void RealtimeSession::drop()
@@ -120,27 +120,35 @@ QByteArray RealtimeSession::encodeFrames(const QByteArray &json)
 
 void RealtimeSession::sendJson(const QJsonObject &message)
 {
-    sendFrames(encodeFrames(encode(message)));
+    sendFrames(encodeFrames(encode(message)), false);
 }
 
-void RealtimeSession::sendFrames(const QByteArray &frames)
+void RealtimeSession::sendFrames(const QByteArray &frames, bool push)
 {
     const int delay = m_context.faults ? m_context.faults->replyDelay() : 0;
     if (delay <= 0 && m_delayed.isEmpty()) {
-        m_socket->sendFrame(frames);
+        if (push)
+            m_socket->sendFrame(frames);
+        else
+            m_socket->sendFrameNow(frames);
         return;
     }
-    m_delayed.enqueue({m_clock.elapsed() + delay, frames});
+    m_delayed.enqueue({m_clock.elapsed() + delay, frames, push});
     if (!m_delayTimer.isActive())
-        m_delayTimer.start(int(qMax<qint64>(0, m_delayed.head().first - m_clock.elapsed())));
+        m_delayTimer.start(int(qMax<qint64>(0, m_delayed.head().due - m_clock.elapsed())));
 }
 
 void RealtimeSession::flushDelayed()
 {
-    while (!m_delayed.isEmpty() && m_delayed.head().first <= m_clock.elapsed())
-        m_socket->sendFrame(m_delayed.dequeue().second);
+    while (!m_delayed.isEmpty() && m_delayed.head().due <= m_clock.elapsed()) {
+        const DelayedOutput output = m_delayed.dequeue();
+        if (output.push)
+            m_socket->sendFrame(output.frames);
+        else
+            m_socket->sendFrameNow(output.frames);
+    }
     if (!m_delayed.isEmpty())
-        m_delayTimer.start(int(qMax<qint64>(0, m_delayed.head().first - m_clock.elapsed())));
+        m_delayTimer.start(int(qMax<qint64>(0, m_delayed.head().due - m_clock.elapsed())));
 }
 
 void RealtimeSession::databaseEvent(const DatabaseEvent &event)
@@ -161,7 +169,7 @@ void RealtimeSession::databaseEvent(const DatabaseEvent &event)
         if (event.tag < 0)
             event.encoded = frames;
     }
-    sendFrames(frames);
+    sendFrames(frames, true);
 }
 
 void RealtimeSession::onText(const QByteArray &text)

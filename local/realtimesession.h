@@ -97,8 +97,9 @@ private:
     void revokeListens();
     void runDisconnectWrites();
 
+    // Answers and control messages go out at once; pushes may wait for the next batch.
     void sendJson(const QJsonObject &message);
-    void sendFrames(const QByteArray &frames);
+    void sendFrames(const QByteArray &frames, bool push);
     void flushDelayed();
 
     WebSocketConnection *m_socket;
@@ -113,7 +114,13 @@ private:
     bool m_closed = false;
 
     // Delayed output when the fault injector asks for slow replies, kept in order.
-    QQueue<QPair<qint64, QByteArray>> m_delayed;
+    struct DelayedOutput
+    {
+        qint64 due;
+        QByteArray frames;
+        bool push;
+    };
+    QQueue<DelayedOutput> m_delayed;
     QTimer m_delayTimer;
     QElapsedTimer m_clock;
 };

@@ -22,6 +22,8 @@ public:
     // Sent as the handshake's host when an upgrade carries no Host header.
     void setFallbackHost(const QString &host) { m_fallbackHost = host; }
     int sessionCount() const { return m_sessions.size(); }
+    // Under load, pushes leave at most once per interval; answers never wait.
+    void setPushBatchInterval(int milliseconds) { m_batcher.setInterval(milliseconds); }
     // Cuts every open session, as a network failure would.
     void dropAll();
 

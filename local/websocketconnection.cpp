@@ -160,6 +160,18 @@ void WebSocketConnection::sendFrame(const QByteArray &frame)
     m_batch += frame;
 }
 
+void WebSocketConnection::sendFrameNow(const QByteArray &frame)
+{
+    if (!m_open || m_closeSent)
+        return;
+    if (!m_batch.isEmpty()) {
+        m_batcher->forget(this);
+        m_socket->write(m_batch);
+        m_batch.clear();
+    }
+    m_socket->write(frame);
+}
+
 void WebSocketConnection::flushBatch()
 {
     if (m_batch.isEmpty())

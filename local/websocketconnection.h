@@ -26,7 +26,10 @@ public:
     // Starts reading; call once the signals are connected.
     void start();
     void sendText(const QByteArray &utf8) { sendFrame(textFrame(utf8)); }
+    // With a batcher, waits for the batcher's turn (with the frames before it).
     void sendFrame(const QByteArray &frame);
+    // Goes out at the end of this turn of the event loop, after the frames before it.
+    void sendFrameNow(const QByteArray &frame);
     void close(quint16 code = 1000, const QByteArray &reason = QByteArray());
     // Drops the connection without a closing handshake, as a network failure would.
     void abort();

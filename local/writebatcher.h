@@ -29,5 +29,5 @@ private:
     QVector<WebSocketConnection *> m_pending;
     QTimer m_timer;
     QElapsedTimer m_sinceFlush;
-    int m_intervalMs = 1;
+    int m_intervalMs = 4;
 };
