@@ -16,49 +16,6 @@ namespace {
 
 const QString WorkStatus = QStringLiteral("work");
 
-// "widget_id" as 64-bit: a number, or text holding one, as the snapshot parser reads ids.
-qint64 toInt64(const QJsonValue &value)
-{
-    if (value.isDouble()) {
-        const double number = value.toDouble();
-        return number > -9.2e18 && number < 9.2e18 ? qRound64(number) : 0;
-    }
-    if (value.isString())
-        return value.toString().toLongLong();
-    return 0;
-}
-
-// Time stamps as the snapshot parser reads them: milliseconds as a number or as text holding
-// one. Built without a date-time, whose local-time conversion would cost more than the merge.
-bool toMSecs(const QJsonValue &value, qint64 *msecs)
-{
-    bool ok = false;
-    *msecs = 0;
-    if (value.isDouble()) {
-        const double number = value.toDouble();
-        ok = number > -9.2e18 && number < 9.2e18;
-        *msecs = ok ? qRound64(number) : 0;
-    } else if (value.isString()) {
-        *msecs = value.toString().toLongLong(&ok);
-    }
-    return ok;
-}
-
-// The epoch when there is no time.
-Timestamp toTimestamp(const QJsonValue &value)
-{
-    qint64 msecs = 0;
-    toMSecs(value, &msecs);
-    return Timestamp::fromMSecsSinceEpoch(msecs);
-}
-
-// Invalid when there is no time.
-Timestamp toTimestampIfPresent(const QJsonValue &value)
-{
-    qint64 msecs = 0;
-    return toMSecs(value, &msecs) ? Timestamp::fromMSecsSinceEpoch(msecs) : Timestamp();
-}
-
 // A map of user key to text ("userActivity", "userText") merged entry by entry: the entries
 // given are set and a null entry is deleted, as the database deletes it; a null map is gone.
 void mergeUserMap(QMap<QString, QString> &map, const QJsonValue &value)
@@ -209,11 +166,12 @@ void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &obje
     if (object.contains(QLatin1String("status")))
         chat.setChatStatus(parsed.getChatStatus());
     if (object.contains(QLatin1String("widget_id")))
-        chat.setWidgetId(toInt64(object.value(QLatin1String("widget_id"))));
+        chat.setWidgetId(JsonParser::readInt64(object.value(QLatin1String("widget_id"))));
     if (object.contains(QLatin1String("createdAt")))
-        chat.setCreatedAt(toTimestamp(object.value(QLatin1String("createdAt"))));
+        chat.setCreatedAt(JsonParser::readTimestamp(object.value(QLatin1String("createdAt"))));
     if (object.contains(QLatin1String("startedAt")))
-        chat.setStartedAt(toTimestampIfPresent(object.value(QLatin1String("startedAt"))));
+        chat.setStartedAt(
+            JsonParser::readTimestampIfPresent(object.value(QLatin1String("startedAt"))));
     if (object.contains(QLatin1String("visitorBlocked")))
         chat.setVisitorBlocked(parsed.getVisitorBlocked());
     if (object.contains(QLatin1String("messageTarget")))
@@ -249,7 +207,8 @@ void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &obje
         if (fields.contains(QLatin1String("sender")))
             lastMessage.setSender(given.getSender());
         if (fields.contains(QLatin1String("sentAt"))) {
-            const Timestamp sentAt = toTimestamp(fields.value(QLatin1String("sentAt")));
+            const Timestamp sentAt = JsonParser::readTimestamp(
+                fields.value(QLatin1String("sentAt")));
             lastMessage.setSentAt(sentAt);
             // Taken out of the totals with the time it went in under, then known anew.
             tally(position, -1);

@@ -245,6 +245,21 @@ ApiChatHistoryUser getApiChatHistoryUserFromJson(const QString &key, const QJson
 
 } // namespace
 
+qint64 JsonParser::readInt64(const QJsonValue &value)
+{
+    return toInt64(value);
+}
+
+Timestamp JsonParser::readTimestamp(const QJsonValue &value)
+{
+    return toTimestamp(value);
+}
+
+Timestamp JsonParser::readTimestampIfPresent(const QJsonValue &value)
+{
+    return toTimestampIfPresent(value);
+}
+
 QJsonObject JsonParser::fromString(const QString &text)
 {
     QJsonParseError error;

@@ -57,6 +57,15 @@ public:
     // The stream event's value ("d") placed at its relative path ("p") in an empty tree.
     static QJsonObject fromFirebaseReply(const FirebaseReply &reply);
 
+    // Value conversions shared by the record mappings and the repositories' merges, so that a
+    // merged field reads exactly as the snapshot reads it.
+    // A 64-bit number from a number, numeric text or a boolean; 0 otherwise.
+    static qint64 readInt64(const QJsonValue &value);
+    // Milliseconds as a number or numeric text; the epoch when there is no time.
+    static Timestamp readTimestamp(const QJsonValue &value);
+    // As readTimestamp, but invalid when there is no time.
+    static Timestamp readTimestampIfPresent(const QJsonValue &value);
+
     // Sign-in and service choice.
     static UserInfo getUserInfoFromJson(const QJsonObject &json);
     static Permission getPermissionFromJson(const QJsonObject &json);
