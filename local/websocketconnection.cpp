@@ -65,7 +65,7 @@ WebSocketConnection::WebSocketConnection(QTcpSocket *socket,
 
 WebSocketConnection::~WebSocketConnection()
 {
-    if (m_batcher && !m_batch.isEmpty())
+    if (m_scheduled)
         m_batcher->forget(this);
     m_socket->disconnect(this);
 }
@@ -155,8 +155,10 @@ void WebSocketConnection::sendFrame(const QByteArray &frame)
         m_socket->write(frame);
         return;
     }
-    if (m_batch.isEmpty())
+    if (!m_scheduled) {
+        m_scheduled = true;
         m_batcher->schedule(this);
+    }
     m_batch += frame;
 }
 
@@ -164,15 +166,17 @@ void WebSocketConnection::sendFrameNow(const QByteArray &frame)
 {
     if (!m_open || m_closeSent)
         return;
-    if (!m_batch.isEmpty()) {
-        m_batcher->forget(this);
-        m_socket->write(m_batch);
-        m_batch.clear();
-    }
+    writeBatch();
     m_socket->write(frame);
 }
 
-void WebSocketConnection::flushBatch()
+void WebSocketConnection::takeBatchTurn()
+{
+    m_scheduled = false;
+    writeBatch();
+}
+
+void WebSocketConnection::writeBatch()
 {
     if (m_batch.isEmpty())
         return;
@@ -183,7 +187,7 @@ void WebSocketConnection::flushBatch()
 
 void WebSocketConnection::sendControl(int opcode, const QByteArray &payload)
 {
-    flushBatch(); // frames keep their order
+    writeBatch(); // frames keep their order
     QByteArray frame = frameHeader(opcode, payload.size());
     frame.append(payload);
     m_socket->write(frame);
@@ -218,8 +222,10 @@ void WebSocketConnection::failConnection(quint16 code, const QByteArray &reason)
 void WebSocketConnection::onDisconnected()
 {
     m_open = false;
-    if (m_batcher && !m_batch.isEmpty())
+    if (m_scheduled) {
+        m_scheduled = false;
         m_batcher->forget(this);
+    }
     m_batch.clear();
     m_closeTimer.stop();
     if (m_closedEmitted)

@@ -40,8 +40,8 @@ public:
     void setMaxPendingBytes(qint64 bytes) { m_maxPendingBytes = bytes; }
     // Frames then wait for the batcher's turn instead of going to the socket one by one.
     void setWriteBatcher(WriteBatcher *batcher) { m_batcher = batcher; }
-    // Hands the frames gathered for the batcher to the socket.
-    void flushBatch();
+    // The batcher's call: hands the frames gathered so far to the socket.
+    void takeBatchTurn();
 
 signals:
     void textMessageReceived(const QByteArray &message);
@@ -55,6 +55,7 @@ private:
     bool handleFrame(bool fin, int opcode, QByteArray payload);
     void failConnection(quint16 code, const QByteArray &reason);
     void sendControl(int opcode, const QByteArray &payload);
+    void writeBatch();
 
     QTcpSocket *m_socket;
     QByteArray m_buffer;
@@ -68,4 +69,5 @@ private:
     QTimer m_closeTimer;
     WriteBatcher *m_batcher = nullptr;
     QByteArray m_batch;
+    bool m_scheduled = false; // the batcher holds a pointer to this until its turn
 };

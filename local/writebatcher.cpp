@@ -28,6 +28,6 @@ void WriteBatcher::flush()
     const QVector<WebSocketConnection *> pending = std::move(m_pending);
     m_pending.clear();
     for (WebSocketConnection *connection : pending)
-        connection->flushBatch();
+        connection->takeBatchTurn();
     m_sinceFlush.restart();
 }

@@ -46,6 +46,7 @@ private slots:
     void getAndDisconnectWrites();
     void filteredListenGetsTaggedFilteredValues();
     void faultsDropStreamsAndDelayAnswers();
+    void closingWithPushesWaitingIsSafe();
 
 private:
     std::unique_ptr<RealtimeClient> connectedClient(const QString &token);
@@ -474,6 +475,33 @@ void TestLocalRealtime::faultsDropStreamsAndDelayAnswers()
     timer.restart();
     QCOMPARE(rest("GET", "/chats").status, 200);
     QVERIFY(timer.elapsed() >= 190);
+}
+
+void TestLocalRealtime::closingWithPushesWaitingIsSafe()
+{
+    // Under load pushes wait for the next batch; a client that closes meanwhile must not leave
+    // the batch pointing at its connection.
+    LocalService::Options options;
+    options.pushBatchMs = 300;
+    LocalTestService local(options);
+    QVERIFY(local.start());
+    RestClient rest(&local);
+    const QString token = rest.idToken(7, 9, "u");
+    const QString chat = kAccount + "/chats/a.json?auth=" + token;
+    for (int round = 0; round < 2; ++round) {
+        RealtimeClient client(&local);
+        QVERIFY(client.open());
+        QCOMPARE(client.auth(token).value("s").toString(), QString("ok"));
+        QCOMPARE(client.listen("/" + kChats).value("s").toString(), QString("ok"));
+        client.nextPush();
+        rest.send("PUT", chat, "1");
+        QVERIFY(!client.nextPush(1000).isEmpty());
+        rest.send("PUT", chat, "2"); // a batch went out just now: this push waits
+        client.close();
+        QVERIFY(client.waitForDisconnected());
+    }
+    QTest::qWait(400); // past the batch's turn
+    QCOMPARE(rest.send("GET", "/probe").status, 204);
 }
 
 QTEST_GUILESS_MAIN(TestLocalRealtime)
