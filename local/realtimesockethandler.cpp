@@ -11,6 +11,12 @@ RealtimeSocketHandler::RealtimeSocketHandler(const RealtimeSession::Context &con
     , m_namespace(databaseNamespace)
 {}
 
+RealtimeSocketHandler::~RealtimeSocketHandler()
+{
+    // Before the batcher, which the sessions' connections tell when they go.
+    qDeleteAll(m_sessions);
+}
+
 void RealtimeSocketHandler::install(HttpRouter &router)
 {
     router.addWebSocket(

@@ -17,6 +17,7 @@ public:
     RealtimeSocketHandler(const RealtimeSession::Context &context,
                           const QString &databaseNamespace,
                           QObject *parent = nullptr);
+    ~RealtimeSocketHandler() override;
 
     void install(HttpRouter &router);
     // Sent as the handshake's host when an upgrade carries no Host header.

@@ -502,6 +502,16 @@ void TestLocalRealtime::closingWithPushesWaitingIsSafe()
     }
     QTest::qWait(400); // past the batch's turn
     QCOMPARE(rest.send("GET", "/probe").status, 204);
+
+    // Stopping the service with a push still waiting closes the connection cleanly.
+    RealtimeClient last(&local);
+    QVERIFY(last.open());
+    QCOMPARE(last.auth(token).value("s").toString(), QString("ok"));
+    QCOMPARE(last.listen("/" + kChats).value("s").toString(), QString("ok"));
+    rest.send("PUT", chat, "3");
+    rest.send("PUT", chat, "4");
+    local.stop();
+    QVERIFY(last.waitForDisconnected());
 }
 
 QTEST_GUILESS_MAIN(TestLocalRealtime)
