@@ -59,6 +59,16 @@ HttpRequestParser::Status HttpRequestParser::fail(int status, const QByteArray &
     return Status::Error;
 }
 
+bool HttpRequestParser::takeBodyBytes(QByteArray &buffer)
+{
+    const qint64 take = qMin<qint64>(m_remaining, buffer.size());
+    m_request.body.append(buffer.constData(), int(take));
+    buffer.remove(0, int(take));
+    m_consumed += take;
+    m_remaining -= take;
+    return m_remaining == 0;
+}
+
 bool HttpRequestParser::takeLine(QByteArray &buffer, QByteArray *line, int limit)
 {
     const int end = buffer.indexOf('\n');
@@ -129,12 +139,7 @@ HttpRequestParser::Status HttpRequestParser::feed(QByteArray &buffer)
             break;
         }
         case State::Body: {
-            const qint64 take = qMin<qint64>(m_remaining, buffer.size());
-            m_request.body.append(buffer.constData(), int(take));
-            buffer.remove(0, int(take));
-            m_consumed += take;
-            m_remaining -= take;
-            if (m_remaining > 0)
+            if (!takeBodyBytes(buffer))
                 return Status::NeedMore;
             m_state = State::Done;
             break;
@@ -165,12 +170,7 @@ HttpRequestParser::Status HttpRequestParser::feed(QByteArray &buffer)
             break;
         }
         case State::ChunkData: {
-            const qint64 take = qMin<qint64>(m_remaining, buffer.size());
-            m_request.body.append(buffer.constData(), int(take));
-            buffer.remove(0, int(take));
-            m_consumed += take;
-            m_remaining -= take;
-            if (m_remaining > 0)
+            if (!takeBodyBytes(buffer))
                 return Status::NeedMore;
             m_state = State::ChunkDataEnd;
             break;

@@ -50,6 +50,8 @@ private:
 
     // Takes one line (without its line end) from buffer; false when none is complete yet.
     bool takeLine(QByteArray &buffer, QByteArray *line, int limit);
+    // Moves up to the remaining body bytes from buffer into the request; true once none remain.
+    bool takeBodyBytes(QByteArray &buffer);
     Status fail(int status, const QByteArray &message);
     Status parseRequestLine(const QByteArray &line);
     Status parseHeader(const QByteArray &line);
