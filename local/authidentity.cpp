@@ -36,6 +36,18 @@ bool AuthIdentity::canAccess(const DatabasePath &path) const
            && keys.at(2) == QLatin1String("accounts") && keys.at(3) == m_accountKey;
 }
 
+bool AuthIdentity::canAccessUpdate(const DatabasePath &path, const QJsonObject &update) const
+{
+    if (m_kind == Kind::Admin)
+        return true;
+    for (auto it = update.begin(); it != update.end(); ++it) {
+        DatabasePath relative;
+        if (DatabasePath::parse(it.key(), &relative) && !canAccess(path.child(relative)))
+            return false;
+    }
+    return true;
+}
+
 QString AuthIdentity::claimKey(const QJsonValue &claim)
 {
     if (claim.isString())

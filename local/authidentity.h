@@ -32,6 +32,9 @@ public:
 
     // A user of service S and account A reaches only /services/S/accounts/A and below.
     bool canAccess(const DatabasePath &path) const;
+    // The same for every target of an update, whose keys are paths below path. Checked before
+    // the values are looked at; keys that are not paths are left to the update's validation.
+    bool canAccessUpdate(const DatabasePath &path, const QJsonObject &update) const;
 
     // The number or string of a claim as a path key; empty when it is neither.
     static QString claimKey(const QJsonValue &claim);

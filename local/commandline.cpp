@@ -40,6 +40,10 @@ bool CommandLine::parse(const QStringList &arguments, QString *error)
     const QCommandLineOption ns("namespace",
                                 QStringLiteral("Database namespace (default tallyra-local)."),
                                 QStringLiteral("NS"));
+    const QCommandLineOption maxSize("max-size",
+                                     QStringLiteral("Refuse writes that would make the database "
+                                                    "bigger than this (default 512)."),
+                                     QStringLiteral("MB"));
     const QCommandLineOption verbose("verbose", QStringLiteral("Log each database request's path."));
     const QCommandLineOption mint("mint-token",
                                   QStringLiteral("Print a custom token for SERVICE ACCOUNT USERKEY "
@@ -56,6 +60,7 @@ bool CommandLine::parse(const QStringList &arguments, QString *error)
                        replyDelay,
                        refuseRefresh,
                        ns,
+                       maxSize,
                        verbose,
                        mint});
     parser.addPositionalArgument(QStringLiteral("ACCOUNT USERKEY"),
@@ -120,6 +125,12 @@ bool CommandLine::parse(const QStringList &arguments, QString *error)
     }
     if (parser.isSet(replyDelay) && !number(replyDelay, 0, &options.replyDelayMs))
         return false;
+    int megabytes = 0;
+    if (parser.isSet(maxSize)) {
+        if (!number(maxSize, 1, &megabytes))
+            return false;
+        options.maxDatabaseBytes = qint64(megabytes) * 1024 * 1024;
+    }
 
     const QStringList positional = parser.positionalArguments();
     if (parser.isSet(mint)) {

@@ -6,6 +6,7 @@
 #include <QVector>
 
 #include <algorithm>
+#include <numeric>
 
 namespace {
 
@@ -200,6 +201,26 @@ bool DatabaseQuery::fromRest(const QUrlQuery &url, DatabaseQuery *result, QStrin
     return true;
 }
 
+QByteArray DatabaseQuery::cacheKey() const
+{
+    // An absent name and a null one filter alike.
+    const auto name = [](const QJsonValue &value) {
+        return value.isUndefined() ? QJsonValue() : value;
+    };
+    return JsonCodec::encode(QJsonArray{int(m_index),
+                                        m_childPath.toWireString(),
+                                        m_hasStart,
+                                        m_startValue,
+                                        name(m_startName),
+                                        m_startInclusive,
+                                        m_hasEnd,
+                                        m_endValue,
+                                        name(m_endName),
+                                        m_endInclusive,
+                                        m_limit,
+                                        m_fromLeft});
+}
+
 bool DatabaseQuery::isDefault() const
 {
     return m_index == Index::Priority && !m_hasStart && !m_hasEnd && m_limit == 0;
@@ -228,61 +249,93 @@ QJsonValue DatabaseQuery::indexValue(const QString &key, const QJsonValue &child
 }
 
 int DatabaseQuery::compareBound(const QString &key,
-                                const QJsonValue &child,
+                                const QJsonValue &index,
                                 const QJsonValue &boundValue,
                                 const QJsonValue &boundName) const
 {
     if (m_index == Index::Key)
         return compareKeys(key, boundValue.toString());
-    const int byValue = compareValues(indexValue(key, child), boundValue);
+    const int byValue = compareValues(index, boundValue);
     if (byValue != 0 || !boundName.isString())
         return byValue;
     return compareKeys(key, boundName.toString());
 }
 
+// Every step is linear or n log n: values of hundreds of thousands of children are filtered
+// on the event loop that serves everyone.
 QJsonValue DatabaseQuery::apply(const QJsonValue &value) const
 {
     if (isDefault() || (!value.isObject() && !value.isArray()))
         return value;
-    QJsonObject object = value.toObject();
-    if (value.isArray()) {
-        // Arrays are objects with index keys in the tree; a filter sees them that way.
-        const QJsonArray array = value.toArray();
-        for (int i = 0; i < array.size(); ++i) {
-            if (!array.at(i).isNull())
-                object.insert(QString::number(i), array.at(i));
-        }
-    }
-    QVector<QString> keys;
-    keys.reserve(object.size());
-    for (auto it = object.begin(); it != object.end(); ++it) {
-        const QString key = it.key();
-        const QJsonValue child = it.value();
+    struct Entry
+    {
+        QString key;
+        QJsonValue child;
+        QJsonValue index;
+        bool isInt32; // the key, parsed once rather than at every comparison
+        qint64 number;
+    };
+    QVector<Entry> entries;
+    const auto consider = [&](const QString &key, const QJsonValue &child) {
+        const QJsonValue index = indexValue(key, child);
         if (m_hasStart) {
-            const int c = compareBound(key, child, m_startValue, m_startName);
+            const int c = compareBound(key, index, m_startValue, m_startName);
             if (c < 0 || (c == 0 && !m_startInclusive))
-                continue;
+                return;
         }
         if (m_hasEnd) {
-            const int c = compareBound(key, child, m_endValue, m_endName);
+            const int c = compareBound(key, index, m_endValue, m_endName);
             if (c > 0 || (c == 0 && !m_endInclusive))
-                continue;
+                return;
         }
-        keys.append(key);
+        qint64 number = 0;
+        const bool isInt32 = parseInt32Key(key, &number);
+        entries.append({key, child, index, isInt32, number});
+    };
+    const bool fromArray = value.isArray();
+    if (fromArray) {
+        // Arrays are objects with index keys in the tree; a filter sees them that way.
+        const QJsonArray array = value.toArray();
+        entries.reserve(array.size());
+        for (int i = 0; i < array.size(); ++i) {
+            if (!array.at(i).isNull())
+                consider(QString::number(i), array.at(i));
+        }
+    } else {
+        const QJsonObject object = value.toObject();
+        entries.reserve(object.size());
+        for (auto it = object.begin(); it != object.end(); ++it)
+            consider(it.key(), it.value());
     }
-    std::sort(keys.begin(), keys.end(), [&](const QString &a, const QString &b) {
-        if (m_index != Index::Key && m_index != Index::Priority) {
-            const int c = compareValues(indexValue(a, object.value(a)),
-                                        indexValue(b, object.value(b)));
+    // Positions are sorted, not the entries themselves.
+    QVector<int> order(entries.size());
+    std::iota(order.begin(), order.end(), 0);
+    const bool byIndex = m_index != Index::Key && m_index != Index::Priority;
+    std::sort(order.begin(), order.end(), [&](int i, int j) {
+        const Entry &a = entries.at(i);
+        const Entry &b = entries.at(j);
+        if (byIndex) {
+            const int c = compareValues(a.index, b.index);
             if (c != 0)
                 return c < 0;
         }
-        return compareKeys(a, b) < 0;
+        if (a.isInt32 != b.isInt32)
+            return a.isInt32;
+        return a.isInt32 ? a.number < b.number : a.key < b.key;
     });
-    if (m_limit > 0 && keys.size() > m_limit)
-        keys = m_fromLeft ? keys.mid(0, m_limit) : keys.mid(keys.size() - m_limit);
+    if (m_limit > 0 && order.size() > m_limit)
+        order = m_fromLeft ? order.mid(0, m_limit) : order.mid(order.size() - m_limit);
+    // Inserted in the object's own key order, each key is appended; an object's children
+    // came in that order already.
+    if (fromArray) {
+        std::sort(order.begin(), order.end(), [&entries](int i, int j) {
+            return entries.at(i).key < entries.at(j).key;
+        });
+    } else {
+        std::sort(order.begin(), order.end());
+    }
     QJsonObject result;
-    for (const QString &key : qAsConst(keys))
-        result.insert(key, object.value(key));
+    for (const int i : qAsConst(order))
+        result.insert(entries.at(i).key, entries.at(i).child);
     return result.isEmpty() ? QJsonValue() : QJsonValue(result);
 }

@@ -20,6 +20,8 @@ public:
     static bool fromRest(const QUrlQuery &query, DatabaseQuery *result, QString *error);
 
     bool isDefault() const;
+    // Equal for queries that filter alike.
+    QByteArray cacheKey() const;
     QJsonValue apply(const QJsonValue &value) const;
 
     // Firebase's order of keys: 32-bit integer keys first, numerically, then the others.
@@ -30,7 +32,7 @@ public:
 private:
     QJsonValue indexValue(const QString &key, const QJsonValue &child) const;
     int compareBound(const QString &key,
-                     const QJsonValue &child,
+                     const QJsonValue &index,
                      const QJsonValue &boundValue,
                      const QJsonValue &boundName) const;
 

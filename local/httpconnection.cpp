@@ -2,6 +2,7 @@
 
 #include "local/faultinjector.h"
 #include "local/httprouter.h"
+#include "local/socketoutput.h"
 #include "local/tcpquickack.h"
 #include "local/websocketconnection.h"
 
@@ -25,8 +26,16 @@ HttpConnection::HttpConnection(QTcpSocket *socket,
     , m_parser(settings.limits)
 {
     m_socket->setParent(this);
+    m_socket->setReadBufferSize(kSocketReadAhead);
+    m_parser.setCredentialCheck(router->credentialCheck());
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, &HttpConnection::onTimeout);
+    m_stallTimer.setSingleShot(true);
+    connect(&m_stallTimer, &QTimer::timeout, this, [this] {
+        if (m_socket)
+            m_socket->abort();
+    });
+    watchOutputProgress(m_socket, this, [this] { onOutputProgress(); });
     connect(m_socket, &QTcpSocket::readyRead, this, &HttpConnection::processInput);
     connect(m_socket, &QTcpSocket::disconnected, this, &HttpConnection::onDisconnected);
     connect(m_socket,
@@ -67,12 +76,33 @@ void HttpConnection::armTimer()
 
 void HttpConnection::onTimeout()
 {
-    if (m_closing)
+    // An idle client that has not read its answers would keep them here while they drain.
+    if (m_closing || (!m_requestStarted && unsentBytes(m_socket) > 0))
         m_socket->abort();
     else if (m_requestStarted)
         refuse(408, "Request timed out");
     else
         m_socket->disconnectFromHost();
+}
+
+bool HttpConnection::isOverOutputLimit() const
+{
+    return unsentBytes(m_socket) > m_settings.maxUnsentBytes;
+}
+
+void HttpConnection::onOutputProgress()
+{
+    if (!m_throttled || !m_socket)
+        return;
+    // A slow reader is not a stalled one: the clock only runs while nothing moves.
+    if (isOverOutputLimit()) {
+        m_stallTimer.start(m_settings.stallTimeoutMs);
+        return;
+    }
+    m_throttled = false;
+    m_stallTimer.stop();
+    // Not from inside the socket's own signal: answering writes to it again.
+    QMetaObject::invokeMethod(this, &HttpConnection::processInput, Qt::QueuedConnection);
 }
 
 void HttpConnection::onDisconnected()
@@ -86,10 +116,17 @@ void HttpConnection::onDisconnected()
 
 void HttpConnection::processInput()
 {
-    if (m_waiting || m_closing || !m_socket)
+    if (m_waiting || m_closing || m_throttled || !m_socket)
         return;
     m_buffer.append(m_socket->readAll());
     while (!m_waiting && !m_closing && m_socket) {
+        // A client that does not read its answers gets no more of them until it does; what it
+        // sends meanwhile waits in TCP's window, not here.
+        if (isOverOutputLimit()) {
+            m_throttled = true;
+            m_stallTimer.start(m_settings.stallTimeoutMs);
+            break;
+        }
         if (m_buffer.isEmpty() && m_parser.isIdle()) {
             m_requestStarted = false;
             break;
@@ -146,6 +183,12 @@ void HttpConnection::dispatch(HttpRequest request)
 {
     request.peerAddress = m_socket->peerAddress();
     request.secure = m_secure;
+    HttpResponse refusal(403);
+    if (!m_router->admits(request, &refusal)) {
+        refusal.setClosesConnection(true);
+        send(refusal, false, false);
+        return;
+    }
     if (request.isWebSocketUpgrade() && m_router->findWebSocket(request.path)) {
         upgrade(request);
         return;
@@ -195,12 +238,18 @@ void HttpConnection::upgrade(const HttpRequest &request)
                     "Sec-WebSocket-Accept: "
                     + WebSocketConnection::acceptKey(key) + "\r\n\r\n");
     m_timer.stop();
+    m_stallTimer.stop();
     m_closing = true;
     QTcpSocket *socket = m_socket;
     socket->disconnect(this);
     m_socket = nullptr;
     auto *webSocket = new WebSocketConnection(socket, m_buffer);
     m_buffer.clear();
+    webSocket->setOutputLimit(m_settings.maxUnsentBytes, m_settings.stallTimeoutMs);
+    webSocket->setIdleTimeout(m_settings.idleTimeoutMs);
+    webSocket->setMaxMessageSize(
+        qMin(m_settings.limits.maxUnauthenticatedBodyBytes, m_settings.limits.maxBodyBytes));
+    emit handedOver(webSocket);
     route->accepted(webSocket, request);
     webSocket->start();
     m_finished = true;

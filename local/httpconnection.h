@@ -24,6 +24,13 @@ public:
         HttpRequestParser::Limits limits;
         int idleTimeoutMs = 120 * 1000;
         int requestTimeoutMs = 30 * 1000;
+        // Output the client has not taken yet: above this a connection reads no more requests
+        // (or websocket messages), and one whose output then stands still for stallTimeoutMs
+        // is cut.
+        qint64 maxUnsentBytes = 16 * 1024 * 1024;
+        int stallTimeoutMs = 30 * 1000;
+        // HTTP connections and websockets together.
+        int maxConnections = 4096;
     };
 
     HttpConnection(QTcpSocket *socket,
@@ -35,6 +42,8 @@ public:
     ~HttpConnection() override;
 
 signals:
+    // Once the request that upgraded it has been answered, the socket belongs to webSocket.
+    void handedOver(QObject *webSocket);
     void finished();
 
 private:
@@ -47,6 +56,8 @@ private:
     void onDisconnected();
     void onTimeout();
     void armTimer();
+    bool isOverOutputLimit() const;
+    void onOutputProgress();
 
     QTcpSocket *m_socket;
     bool m_secure;
@@ -56,6 +67,8 @@ private:
     HttpRequestParser m_parser;
     QByteArray m_buffer;
     QTimer m_timer;
+    QTimer m_stallTimer;
+    bool m_throttled = false;
     bool m_waiting = false;
     bool m_closing = false;
     bool m_requestStarted = false;

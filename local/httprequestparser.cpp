@@ -159,7 +159,7 @@ HttpRequestParser::Status HttpRequestParser::feed(QByteArray &buffer)
             const qint64 size = ok ? hex.toLongLong(&ok, 16) : 0;
             if (!ok || size < 0)
                 return fail(400, "Invalid chunk size");
-            if (m_request.body.size() + size > m_limits.maxBodyBytes)
+            if (m_request.body.size() + size > m_bodyLimit)
                 return fail(413, "Request body too large");
             if (size == 0) {
                 m_state = State::Trailers;
@@ -258,7 +258,13 @@ HttpRequestParser::Status HttpRequestParser::headersDone()
     // Both framings at once is how requests get smuggled past proxies: refuse it.
     if (chunked && hasLength)
         return fail(400, "Both Content-Length and Transfer-Encoding");
-    if (length > m_limits.maxBodyBytes)
+    // The credential is checked before a big body is read, so that nobody without one can make
+    // the service hold tens of megabytes.
+    m_bodyLimit = m_limits.maxBodyBytes;
+    const qint64 untrusted = qMin(m_limits.maxUnauthenticatedBodyBytes, m_limits.maxBodyBytes);
+    if ((chunked || length > untrusted) && !(m_credentialCheck && m_credentialCheck(m_request)))
+        m_bodyLimit = untrusted;
+    if (length > m_bodyLimit)
         return fail(413, "Request body too large");
 
     const bool expectsBody = chunked || length > 0;

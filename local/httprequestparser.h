@@ -4,12 +4,16 @@
 
 #include <QByteArray>
 
+#include <functional>
+
 struct HttpRequestLimits
 {
     int maxRequestLine = 8 * 1024;
     int maxHeaderBytes = 64 * 1024;
     int maxHeaders = 100;
     qint64 maxBodyBytes = 64 * 1024 * 1024;
+    // Until a request shows a valid credential, a body is no bigger than this.
+    qint64 maxUnauthenticatedBodyBytes = 1024 * 1024;
 };
 
 // Incremental HTTP/1.x request reader: fed whatever bytes arrived, it consumes exactly one
@@ -22,6 +26,13 @@ public:
     enum class Status { NeedMore, Complete, Error };
 
     explicit HttpRequestParser(const Limits &limits = Limits());
+
+    // Tells from a request's head whether it carries a valid credential; bodies above
+    // maxUnauthenticatedBodyBytes are taken only from those that do.
+    void setCredentialCheck(std::function<bool(const HttpRequest &)> check)
+    {
+        m_credentialCheck = std::move(check);
+    }
 
     // Consumes bytes from the front of buffer.
     Status feed(QByteArray &buffer);
@@ -58,6 +69,8 @@ private:
     Status headersDone();
 
     Limits m_limits;
+    std::function<bool(const HttpRequest &)> m_credentialCheck;
+    qint64 m_bodyLimit = 0;
     State m_state = State::RequestLine;
     HttpRequest m_request;
     qint64 m_remaining = 0;

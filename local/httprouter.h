@@ -32,6 +32,17 @@ public:
     void addSuffix(const QString &suffix, Handler handler);
     void addWebSocket(const QString &path, UpgradeCheck check, UpgradeHandler accepted);
 
+    // Runs before every route and upgrade; a request it turns down gets the refusal it filled.
+    void setRequestFilter(UpgradeCheck filter) { m_filter = std::move(filter); }
+    bool admits(const HttpRequest &request, HttpResponse *refusal) const
+    {
+        return !m_filter || m_filter(request, refusal);
+    }
+    // Whether a request's head carries a valid credential; only those may send big bodies.
+    using CredentialCheck = std::function<bool(const HttpRequest &)>;
+    void setCredentialCheck(CredentialCheck check) { m_credentialCheck = std::move(check); }
+    const CredentialCheck &credentialCheck() const { return m_credentialCheck; }
+
     // Null when no route matches.
     const Handler *find(const QString &path) const;
     const WebSocketRoute *findWebSocket(const QString &path) const;
@@ -41,4 +52,6 @@ private:
     QVector<QPair<QString, Handler>> m_prefixes; // longest first
     QVector<QPair<QString, Handler>> m_suffixes;
     QHash<QString, WebSocketRoute> m_webSockets;
+    UpgradeCheck m_filter;
+    CredentialCheck m_credentialCheck;
 };

@@ -31,7 +31,7 @@ void HttpServer::incomingConnection(qintptr socketDescriptor)
             return;
         }
     }
-    if (m_connections >= m_maxConnections) {
+    if (m_connections >= m_settings.maxConnections) {
         socket->abort();
         socket->deleteLater();
         return;
@@ -39,6 +39,11 @@ void HttpServer::incomingConnection(qintptr socketDescriptor)
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     ++m_connections;
     auto *connection = new HttpConnection(socket, m_secure, &m_router, m_faults, m_settings, this);
+    // A websocket still counts until it closes.
+    connect(connection, &HttpConnection::handedOver, this, [this](QObject *webSocket) {
+        ++m_connections;
+        connect(webSocket, &QObject::destroyed, this, [this] { --m_connections; });
+    });
     connect(connection, &HttpConnection::finished, this, [this, connection] {
         --m_connections;
         connection->deleteLater();

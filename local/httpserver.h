@@ -24,7 +24,6 @@ public:
     void setFaultInjector(const FaultInjector *faults) { m_faults = faults; }
     void setConnectionSettings(const HttpConnection::Settings &settings) { m_settings = settings; }
     const HttpConnection::Settings &connectionSettings() const { return m_settings; }
-    void setMaxConnections(int count) { m_maxConnections = count; }
     int connectionCount() const { return m_connections; }
 
 protected:
@@ -37,5 +36,4 @@ private:
     QSslConfiguration m_tls;
     bool m_secure = false;
     int m_connections = 0;
-    int m_maxConnections = 4096;
 };

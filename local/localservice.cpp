@@ -13,7 +13,9 @@
 #include <QDebug>
 #include <QDir>
 #include <QHostInfo>
+#include <QJsonObject>
 #include <QSaveFile>
+#include <QUrl>
 
 namespace {
 
@@ -32,6 +34,16 @@ bool resolveAddress(const QString &host, QHostAddress *address)
     return true;
 }
 
+// A page served from this machine: http(s)://localhost, 127.x.x.x or [::1], any port.
+bool isLoopbackOrigin(const QByteArray &origin)
+{
+    const QUrl url(QString::fromLatin1(origin), QUrl::StrictMode);
+    if (!url.isValid() || !url.path().isEmpty()
+        || (url.scheme() != QLatin1String("http") && url.scheme() != QLatin1String("https")))
+        return false;
+    return url.host() == QLatin1String("localhost") || QHostAddress(url.host()).isLoopback();
+}
+
 } // namespace
 
 LocalService::LocalService(const Options &options, QObject *parent)
@@ -42,6 +54,7 @@ LocalService::LocalService(const Options &options, QObject *parent)
     , m_database(new RealtimeDatabase(this))
     , m_server(new HttpServer(this))
 {
+    m_database->setMaxSize(options.maxDatabaseBytes);
     m_faults->setReplyDelay(options.replyDelayMs);
     m_faults->setRefuseTokenRefresh(options.refuseTokenRefresh);
 }
@@ -71,6 +84,14 @@ bool LocalService::start(QString *error)
     }
     if (!resolveAddress(m_options.host, &m_address)) {
         *error = QStringLiteral("cannot resolve %1").arg(m_options.host);
+        return false;
+    }
+    // Without TLS and with the emulator's credentials anyone who reaches the port owns the
+    // database, so only this machine may.
+    if (m_options.plain && !m_address.isLoopback()) {
+        *error = QStringLiteral("--plain listens on this machine only: give a loopback address "
+                                "(127.0.0.1, ::1 or localhost), not %1")
+                     .arg(m_options.host);
         return false;
     }
     if (!prepareTokens(error))
@@ -118,6 +139,18 @@ void LocalService::installRoutes()
 {
     HttpRouter &router = m_server->router();
     router.addExact(QStringLiteral("/probe"), [](const HttpRequest &) { return HttpResponse(204); });
+    if (m_options.plain) {
+        // A web page may send requests here from the browser, but only pages of this machine.
+        router.setRequestFilter([](const HttpRequest &request, HttpResponse *refusal) {
+            if (!request.hasHeader("origin") || isLoopbackOrigin(request.header("origin")))
+                return true;
+            *refusal = HttpResponse::json(403,
+                                          QJsonObject{{"error",
+                                                       "Origin not allowed: with --plain only "
+                                                       "pages of this machine may connect"}});
+            return false;
+        });
+    }
 
     m_identity = std::make_unique<IdentityEndpoints>(m_tokens.get(), m_faults);
     m_identity->setApiKey(m_options.apiKey);
@@ -129,6 +162,8 @@ void LocalService::installRoutes()
                                                    m_options.databaseNamespace,
                                                    m_options.plain);
     const bool verbose = m_options.verbose;
+    router.setCredentialCheck(
+        [this](const HttpRequest &request) { return m_rest->hasValidToken(request); });
     router.addSuffix(QStringLiteral(".json"), [this, verbose](const HttpRequest &request) {
         HttpResponse response = m_rest->handle(request);
         // The path only: the query carries the auth token.
@@ -142,6 +177,7 @@ void LocalService::installRoutes()
     context.tokens = m_tokens.get();
     context.faults = m_faults;
     context.emulatorCredentials = m_options.plain;
+    context.limits = m_options.realtime;
     m_realtime = new RealtimeSocketHandler(context, m_options.databaseNamespace, this);
     m_realtime->setPushBatchInterval(m_options.pushBatchMs);
     m_realtime->install(router);
@@ -193,6 +229,16 @@ QString LocalService::baseUrl() const
 {
     return (m_options.plain ? QStringLiteral("http://") : QStringLiteral("https://"))
            + hostAndPort();
+}
+
+QString LocalService::listenUrl() const
+{
+    const QHostAddress address = m_server->serverAddress();
+    QString host = address.toString();
+    if (address.protocol() == QAbstractSocket::IPv6Protocol)
+        host = QLatin1Char('[') + host + QLatin1Char(']');
+    return (m_options.plain ? QStringLiteral("http://") : QStringLiteral("https://")) + host
+           + QLatin1Char(':') + QString::number(port());
 }
 
 QString LocalService::caFile() const
@@ -265,6 +311,19 @@ void LocalService::setTokenLifetime(int seconds)
         m_tokens->setIdTokenLifetime(seconds);
 }
 
+void LocalService::setConnectionSettings(const HttpConnection::Settings &settings)
+{
+    m_options.http = settings;
+    m_server->setConnectionSettings(settings);
+}
+
+void LocalService::setRealtimeLimits(const RealtimeSession::Limits &limits)
+{
+    m_options.realtime = limits;
+    if (m_realtime)
+        m_realtime->setLimits(limits);
+}
+
 HttpRouter &LocalService::router()
 {
     return m_server->router();
@@ -273,6 +332,11 @@ HttpRouter &LocalService::router()
 int LocalService::realtimeSessionCount() const
 {
     return m_realtime ? m_realtime->sessionCount() : 0;
+}
+
+int LocalService::connectionCount() const
+{
+    return m_server->connectionCount();
 }
 
 bool LocalService::saveNow(QString *error)

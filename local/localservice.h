@@ -1,6 +1,7 @@
 #pragma once
 
 #include "local/httpconnection.h"
+#include "local/realtimesession.h"
 #include "local/tokenissuer.h"
 
 #include <QHostAddress>
@@ -48,7 +49,11 @@ public:
         int saveIntervalMs = 1000;
         // Pushes under load leave at most once per interval, several to a write.
         int pushBatchMs = 4;
+        // Connection limits and time-outs, HTTP and websockets alike.
         HttpConnection::Settings http;
+        RealtimeSession::Limits realtime;
+        // Writes that would make the database's JSON bigger than this are refused.
+        qint64 maxDatabaseBytes = 512 * 1024 * 1024;
         // What --reset (and a first start) puts in the database.
         QJsonValue seed;
         bool verbose = false;
@@ -67,6 +72,9 @@ public:
     bool isSecure() const { return !m_options.plain; }
     // "https://127.0.0.1:8443" (or http:// with --plain), no trailing slash.
     QString baseUrl() const;
+    // The address really listened on ("https://0.0.0.0:8443"), where baseUrl() names one that
+    // clients can reach.
+    QString listenUrl() const;
     QString hostAndPort() const;
     QString caFile() const;
     QList<QSslCertificate> caCertificates() const;
@@ -77,11 +85,16 @@ public:
     // Skips the exchange: the ID token and refresh token a sign-in would give.
     TokenIssuer::Grant signIn(qint64 serviceId, qint64 accountId, const QString &userKey) const;
     void setTokenLifetime(int seconds);
+    // For connections opened from now on.
+    void setConnectionSettings(const HttpConnection::Settings &settings);
+    void setRealtimeLimits(const RealtimeSession::Limits &limits);
 
     FaultInjector *faults() const { return m_faults; }
     RealtimeDatabase *database() const { return m_database; }
     HttpRouter &router();
     int realtimeSessionCount() const;
+    // Open connections, websockets included.
+    int connectionCount() const;
     // Writes the snapshot now (tests use it to check the file).
     bool saveNow(QString *error = nullptr);
 

@@ -81,7 +81,7 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "tallyra-local: %s\n", qPrintable(error));
         return 1;
     }
-    std::printf("listening on %s\n", qPrintable(service.baseUrl()));
+    std::printf("listening on %s\n", qPrintable(service.listenUrl()));
     std::fflush(stdout);
     const int status = app.exec();
     service.stop();

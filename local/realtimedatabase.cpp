@@ -1,28 +1,82 @@
 #include "local/realtimedatabase.h"
 
 #include <QCryptographicHash>
+#include <QHash>
 #include <QJsonArray>
+#include <QLocale>
 #include <QtEndian>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace {
 // Strings above this are refused, as the hosted database refuses them.
 constexpr int kMaxStringBytes = 10 * 1024 * 1024;
+
+qint64 leafSize(const QJsonValue &leaf)
+{
+    switch (leaf.type()) {
+    case QJsonValue::String:
+        return leaf.toString().size() + 2;
+    case QJsonValue::Bool:
+        return 5;
+    default:
+        return 12;
+    }
+}
+
+void appendJsonString(QByteArray &out, const QString &text)
+{
+    static const char hex[] = "0123456789abcdef";
+    out += '"';
+    for (const char c : text.toUtf8()) {
+        const auto u = static_cast<uchar>(c);
+        if (u == '"' || u == '\\') {
+            out += '\\';
+            out += c;
+        } else if (u < 0x20) {
+            out += "\\u00";
+            out += hex[u >> 4];
+            out += hex[u & 0xf];
+        } else {
+            out += c;
+        }
+    }
+    out += '"';
+}
+
 } // namespace
 
 struct RealtimeDatabase::Node
 {
     // A leaf holds a string, number or boolean; an inner node has children instead.
     QJsonValue leaf = QJsonValue(QJsonValue::Undefined);
-    std::map<QString, std::unique_ptr<Node>> children;
+    // Shared with snapshots being saved: see writable().
+    std::map<QString, std::shared_ptr<Node>> children;
+    // The size of this node's JSON text, roughly: what the size limit counts.
+    qint64 size = 2;
 
     bool isLeaf() const { return !leaf.isUndefined(); }
     bool isEmpty() const { return leaf.isUndefined() && children.empty(); }
+    // What a child adds to its parent's size.
+    static qint64 entrySize(const QString &key, const Node *child)
+    {
+        return child ? key.size() + 4 + child->size : 0;
+    }
 
-    static std::unique_ptr<Node> fromJson(const QJsonValue &value);
+    static std::shared_ptr<Node> fromJson(const QJsonValue &value);
+    // A node that a snapshot still holds is copied before it changes, so the snapshot keeps
+    // the tree as it was; the copy shares the children until they change in turn.
+    static Node *writable(std::shared_ptr<Node> &slot)
+    {
+        if (slot.use_count() > 1)
+            slot = std::make_shared<Node>(*slot);
+        return slot.get();
+    }
     QJsonValue toJson() const;
+    // Objects only: arrays read back from their index keys.
+    void appendJson(QByteArray &out) const;
     QString hash() const;
 };
 
@@ -32,36 +86,74 @@ struct RealtimeDatabase::ListenNode
     QVector<ListenEntry> entries;
 };
 
-std::unique_ptr<RealtimeDatabase::Node> RealtimeDatabase::Node::fromJson(const QJsonValue &value)
+std::shared_ptr<RealtimeDatabase::Node> RealtimeDatabase::Node::fromJson(const QJsonValue &value)
 {
+    const auto adopt = [](Node *node, const QString &key, std::shared_ptr<Node> child) {
+        if (!child)
+            return;
+        node->size += entrySize(key, child.get());
+        node->children.emplace(key, std::move(child));
+    };
     switch (value.type()) {
     case QJsonValue::Null:
     case QJsonValue::Undefined:
         return nullptr;
     case QJsonValue::Object: {
         const QJsonObject object = value.toObject();
-        auto node = std::make_unique<Node>();
-        for (auto it = object.begin(); it != object.end(); ++it) {
-            if (auto child = fromJson(it.value()))
-                node->children.emplace(it.key(), std::move(child));
-        }
+        auto node = std::make_shared<Node>();
+        for (auto it = object.begin(); it != object.end(); ++it)
+            adopt(node.get(), it.key(), fromJson(it.value()));
         return node->isEmpty() ? nullptr : std::move(node);
     }
     case QJsonValue::Array: {
         const QJsonArray array = value.toArray();
-        auto node = std::make_unique<Node>();
-        for (int i = 0; i < array.size(); ++i) {
-            if (auto child = fromJson(array.at(i)))
-                node->children.emplace(QString::number(i), std::move(child));
-        }
+        auto node = std::make_shared<Node>();
+        for (int i = 0; i < array.size(); ++i)
+            adopt(node.get(), QString::number(i), fromJson(array.at(i)));
         return node->isEmpty() ? nullptr : std::move(node);
     }
     default: {
-        auto node = std::make_unique<Node>();
+        auto node = std::make_shared<Node>();
         node->leaf = value;
+        node->size = leafSize(value);
         return node;
     }
     }
+}
+
+void RealtimeDatabase::Node::appendJson(QByteArray &out) const
+{
+    if (isLeaf()) {
+        if (leaf.isString()) {
+            appendJsonString(out, leaf.toString());
+        } else if (leaf.isBool()) {
+            out += leaf.toBool() ? "true" : "false";
+        } else {
+            const double number = leaf.toDouble();
+            if (!std::isfinite(number))
+                out += "null";
+            else if (std::floor(number) == number && std::fabs(number) < 9007199254740992.0)
+                out += QByteArray::number(qint64(number));
+            else
+                out += QByteArray::number(number, 'g', QLocale::FloatingPointShortest);
+        }
+        return;
+    }
+    if (children.empty()) {
+        out += "null";
+        return;
+    }
+    out += '{';
+    bool first = true;
+    for (const auto &child : children) {
+        if (!first)
+            out += ',';
+        first = false;
+        appendJsonString(out, child.first);
+        out += ':';
+        child.second->appendJson(out);
+    }
+    out += '}';
 }
 
 QJsonValue RealtimeDatabase::Node::toJson() const
@@ -138,13 +230,55 @@ QString RealtimeDatabase::Node::hash() const
     return QString::fromLatin1(QCryptographicHash::hash(text, QCryptographicHash::Sha1).toBase64());
 }
 
+// What one write's notification computes once, however many listens share it: the value at a
+// location and each distinct filtered view of it.
+struct RealtimeDatabase::NotifyCache
+{
+    const RealtimeDatabase *database;
+    QHash<QStringList, QJsonValue> values;
+    QHash<QPair<QStringList, QByteArray>, DatabaseEvent> filtered;
+
+    QJsonValue value(const DatabasePath &at)
+    {
+        auto it = values.find(at.keys());
+        if (it == values.end())
+            it = values.insert(at.keys(), database->value(at));
+        return it.value();
+    }
+};
+
 RealtimeDatabase::RealtimeDatabase(QObject *parent)
     : QObject(parent)
-    , m_root(std::make_unique<Node>())
+    , m_root(std::make_shared<Node>())
     , m_listeners(std::make_unique<ListenNode>())
 {}
 
 RealtimeDatabase::~RealtimeDatabase() = default;
+
+qint64 RealtimeDatabase::size() const
+{
+    return m_root->size;
+}
+
+QByteArray RealtimeDatabase::encode(const Snapshot &snapshot)
+{
+    QByteArray out;
+    if (snapshot)
+        snapshot->appendJson(out);
+    return out;
+}
+
+bool RealtimeDatabase::fits(qint64 growth, QString *error) const
+{
+    // A write that shrinks the data is always taken, so that a full database can be cleaned.
+    if (growth <= 0 || m_root->size + growth <= m_maxSize)
+        return true;
+    if (error)
+        *error = QStringLiteral("Write too big: the database would grow past its limit of %1 "
+                                "bytes")
+                     .arg(m_maxSize);
+    return false;
+}
 
 const RealtimeDatabase::Node *RealtimeDatabase::find(const DatabasePath &path) const
 {
@@ -211,11 +345,20 @@ bool RealtimeDatabase::normalize(const DatabasePath &at,
         *out = raw;
         return true;
     case QJsonValue::Array: {
-        QJsonObject object;
+        // Stays an array: the tree stores it as children named by index all the same, and
+        // an object of index keys built one by one would cost time quadratic in its length.
         const QJsonArray array = raw.toArray();
-        for (int i = 0; i < array.size(); ++i)
-            object.insert(QString::number(i), array.at(i));
-        return normalize(at, object, nowMs, depth, out, error);
+        QJsonArray result;
+        bool empty = true;
+        for (int i = 0; i < array.size(); ++i) {
+            QJsonValue child;
+            if (!normalize(at.child(QString::number(i)), array.at(i), nowMs, depth + 1, &child, error))
+                return false;
+            empty = empty && child.isNull();
+            result.append(child);
+        }
+        *out = empty ? QJsonValue() : QJsonValue(result);
+        return true;
     }
     case QJsonValue::Object:
         break;
@@ -304,69 +447,102 @@ bool RealtimeDatabase::prepareMerge(const DatabasePath &path,
     return true;
 }
 
-void RealtimeDatabase::place(const DatabasePath &path, std::unique_ptr<Node> node)
+void RealtimeDatabase::place(const DatabasePath &path, std::shared_ptr<Node> node)
 {
     if (path.isRoot()) {
-        m_root = node ? std::move(node) : std::make_unique<Node>();
+        m_root = node ? std::move(node) : std::make_shared<Node>();
         return;
     }
-    QVector<Node *> chain;
-    chain.reserve(path.depth());
-    Node *current = m_root.get();
+    // Deleting below nothing changes nothing, and copies nothing either.
+    if (!node && !find(path))
+        return;
     const QStringList &keys = path.keys();
+    // The nodes on the way down, and what each child weighed in its parent before.
+    QVector<Node *> chain;
+    QVector<qint64> before;
+    chain.reserve(path.depth());
+    before.reserve(path.depth());
+    Node *current = Node::writable(m_root);
     for (int i = 0; i < keys.size() - 1; ++i) {
         chain.append(current);
-        auto it = current->children.find(keys.at(i));
-        if (it == current->children.end()) {
-            if (!node)
-                return; // deleting below nothing changes nothing
-            it = current->children.emplace(keys.at(i), std::make_unique<Node>()).first;
-        }
-        current = it->second.get();
+        std::shared_ptr<Node> &slot = current->children[keys.at(i)];
+        before.append(Node::entrySize(keys.at(i), slot.get()));
+        if (!slot)
+            slot = std::make_shared<Node>();
+        current = Node::writable(slot);
         // Writing below a leaf turns it into an object.
         if (current->isLeaf()) {
-            if (!node)
-                return;
             current->leaf = QJsonValue(QJsonValue::Undefined);
+            current->size = 2;
         }
     }
     chain.append(current);
     if (current->isLeaf()) {
-        if (!node)
-            return;
         current->leaf = QJsonValue(QJsonValue::Undefined);
+        current->size = 2;
     }
+    const auto it = current->children.find(keys.last());
+    const qint64 old = it == current->children.end()
+                           ? 0
+                           : Node::entrySize(keys.last(), it->second.get());
     if (node) {
+        current->size += Node::entrySize(keys.last(), node.get()) - old;
         current->children[keys.last()] = std::move(node);
-        return;
+    } else {
+        current->size -= old;
+        current->children.erase(it);
     }
-    current->children.erase(keys.last());
-    // Parents left empty disappear with their last child.
-    for (int i = chain.size() - 1; i > 0 && chain.at(i)->isEmpty(); --i)
-        chain.at(i - 1)->children.erase(keys.at(i - 1));
+    // Up again: sizes follow, and parents left empty disappear with their last child.
+    for (int i = chain.size() - 2; i >= 0; --i) {
+        Node *child = chain.at(i + 1);
+        qint64 now = 0;
+        if (child->isEmpty())
+            chain.at(i)->children.erase(keys.at(i));
+        else
+            now = Node::entrySize(keys.at(i), child);
+        chain.at(i)->size += now - before.at(i);
+    }
 }
 
-void RealtimeDatabase::set(const DatabasePath &path, const QJsonValue &prepared)
+bool RealtimeDatabase::set(const DatabasePath &path, const QJsonValue &prepared, QString *error)
 {
-    place(path, Node::fromJson(prepared));
+    std::shared_ptr<Node> node = Node::fromJson(prepared);
+    const Node *old = find(path);
+    if (!fits((node ? node->size : 0) - (old ? old->size : 0), error))
+        return false;
+    place(path, std::move(node));
     notifyPut(path);
     emit changed();
+    return true;
 }
 
-void RealtimeDatabase::merge(const DatabasePath &path, const QVector<MergeChild> &children)
+bool RealtimeDatabase::merge(const DatabasePath &path,
+                             const QVector<MergeChild> &children,
+                             QString *error)
 {
     if (children.isEmpty())
-        return;
-    for (const MergeChild &child : children)
-        place(path.child(child.relative), Node::fromJson(child.value));
+        return true;
+    QVector<std::shared_ptr<Node>> nodes;
+    nodes.reserve(children.size());
+    qint64 growth = 0;
+    for (const MergeChild &child : children) {
+        nodes.append(Node::fromJson(child.value));
+        const Node *old = find(path.child(child.relative));
+        growth += (nodes.last() ? nodes.last()->size : 0) - (old ? old->size : 0);
+    }
+    if (!fits(growth, error))
+        return false;
+    for (int i = 0; i < children.size(); ++i)
+        place(path.child(children.at(i).relative), std::move(nodes[i]));
     notifyMerge(path, children);
     emit changed();
+    return true;
 }
 
 void RealtimeDatabase::replaceRoot(const QJsonValue &root)
 {
     auto node = Node::fromJson(root);
-    m_root = node ? std::move(node) : std::make_unique<Node>();
+    m_root = node ? std::move(node) : std::make_shared<Node>();
 }
 
 void RealtimeDatabase::addListener(DatabaseObserver *observer,
@@ -387,7 +563,7 @@ void RealtimeDatabase::addListener(DatabaseObserver *observer,
             return;
         }
     }
-    node->entries.append({observer, tag, query});
+    node->entries.append({observer, tag, query, query.cacheKey()});
     ++m_listenerCount;
 }
 
@@ -417,14 +593,21 @@ void RealtimeDatabase::removeListener(DatabaseObserver *observer,
     }
 }
 
-void RealtimeDatabase::sendTagged(const ListenEntry &entry, const DatabasePath &at)
+void RealtimeDatabase::sendTagged(const ListenEntry &entry,
+                                  const DatabasePath &at,
+                                  NotifyCache &cache)
 {
-    DatabaseEvent event;
-    event.kind = DatabaseEvent::Kind::Put;
-    event.path = at;
-    event.data = entry.query.apply(value(at));
-    event.tag = entry.tag;
-    entry.observer->databaseEvent(event);
+    const auto key = qMakePair(at.keys(), entry.queryKey);
+    auto it = cache.filtered.find(key);
+    if (it == cache.filtered.end()) {
+        DatabaseEvent event;
+        event.kind = DatabaseEvent::Kind::Put;
+        event.path = at;
+        event.data = entry.query.apply(cache.value(at));
+        it = cache.filtered.insert(key, event);
+    }
+    it->tag = entry.tag;
+    entry.observer->databaseEvent(it.value());
 }
 
 // A write at path reaches listeners at, above and below it. Each connection gets one push per
@@ -433,6 +616,7 @@ void RealtimeDatabase::notifyPut(const DatabasePath &path)
 {
     if (m_listenerCount == 0)
         return;
+    NotifyCache cache{this, {}, {}};
     ObserverSet served;
     DatabaseEvent event;
     bool eventReady = false;
@@ -441,7 +625,7 @@ void RealtimeDatabase::notifyPut(const DatabasePath &path)
     for (int depth = 0;; ++depth) {
         for (const ListenEntry &entry : node->entries) {
             if (entry.tag >= 0) {
-                sendTagged(entry, at);
+                sendTagged(entry, at, cache);
                 continue;
             }
             if (!served.insert(entry.observer).second)
@@ -463,19 +647,20 @@ void RealtimeDatabase::notifyPut(const DatabasePath &path)
         at = at.child(path.keys().at(depth));
     }
     for (const auto &child : node->children)
-        putToDescendants(child.second.get(), path.child(child.first), served);
+        putToDescendants(child.second.get(), path.child(child.first), served, cache);
 }
 
 void RealtimeDatabase::putToDescendants(const ListenNode *node,
                                         const DatabasePath &at,
-                                        ObserverSet &served)
+                                        ObserverSet &served,
+                                        NotifyCache &cache)
 {
     DatabaseEvent event;
     bool eventReady = false;
     QVector<DatabaseObserver *> added;
     for (const ListenEntry &entry : node->entries) {
         if (entry.tag >= 0) {
-            sendTagged(entry, at);
+            sendTagged(entry, at, cache);
             continue;
         }
         if (!served.insert(entry.observer).second)
@@ -490,7 +675,7 @@ void RealtimeDatabase::putToDescendants(const ListenNode *node,
         entry.observer->databaseEvent(event);
     }
     for (const auto &child : node->children)
-        putToDescendants(child.second.get(), at.child(child.first), served);
+        putToDescendants(child.second.get(), at.child(child.first), served, cache);
     for (DatabaseObserver *observer : qAsConst(added))
         served.erase(observer);
 }
@@ -499,6 +684,7 @@ void RealtimeDatabase::notifyMerge(const DatabasePath &path, const QVector<Merge
 {
     if (m_listenerCount == 0)
         return;
+    NotifyCache cache{this, {}, {}};
     ObserverSet served;
     DatabaseEvent event;
     bool eventReady = false;
@@ -507,7 +693,7 @@ void RealtimeDatabase::notifyMerge(const DatabasePath &path, const QVector<Merge
     for (int depth = 0;; ++depth) {
         for (const ListenEntry &entry : node->entries) {
             if (entry.tag >= 0) {
-                sendTagged(entry, at);
+                sendTagged(entry, at, cache);
                 continue;
             }
             if (!served.insert(entry.observer).second)
@@ -532,14 +718,20 @@ void RealtimeDatabase::notifyMerge(const DatabasePath &path, const QVector<Merge
         at = at.child(path.keys().at(depth));
     }
     for (const auto &child : node->children)
-        mergeToDescendants(child.second.get(), path.child(child.first), path, children, served);
+        mergeToDescendants(child.second.get(),
+                           path.child(child.first),
+                           path,
+                           children,
+                           served,
+                           cache);
 }
 
 void RealtimeDatabase::mergeToDescendants(const ListenNode *node,
                                           const DatabasePath &at,
                                           const DatabasePath &writePath,
                                           const QVector<MergeChild> &children,
-                                          ObserverSet &served)
+                                          ObserverSet &served,
+                                          NotifyCache &cache)
 {
     // Which of the merged paths touch this location, and does one replace it whole?
     QVector<DatabasePath> below;
@@ -559,7 +751,7 @@ void RealtimeDatabase::mergeToDescendants(const ListenNode *node,
     QVector<DatabaseObserver *> added;
     for (const ListenEntry &entry : node->entries) {
         if (entry.tag >= 0) {
-            sendTagged(entry, at);
+            sendTagged(entry, at, cache);
             continue;
         }
         if (!served.insert(entry.observer).second)
@@ -582,7 +774,12 @@ void RealtimeDatabase::mergeToDescendants(const ListenNode *node,
         entry.observer->databaseEvent(event);
     }
     for (const auto &child : node->children)
-        mergeToDescendants(child.second.get(), at.child(child.first), writePath, children, served);
+        mergeToDescendants(child.second.get(),
+                           at.child(child.first),
+                           writePath,
+                           children,
+                           served,
+                           cache);
     for (DatabaseObserver *observer : qAsConst(added))
         served.erase(observer);
 }

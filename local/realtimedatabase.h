@@ -25,6 +25,8 @@ struct DatabaseEvent
     QJsonValue data;
     qint64 tag = -1; // the listen's tag for a filtered query, -1 otherwise
     mutable QByteArray encoded;
+    // The data's JSON text, shared by the tagged listens that share a filtered view of it.
+    mutable QByteArray encodedData;
 };
 
 class DatabaseObserver
@@ -48,8 +50,23 @@ public:
         QJsonValue value;
     };
 
+    struct Node; // the tree's nodes, defined in the source
+    using Snapshot = std::shared_ptr<const Node>;
+
     explicit RealtimeDatabase(QObject *parent = nullptr);
     ~RealtimeDatabase() override;
+
+    // Writes that would take the size past this are refused; smaller ones are always taken.
+    void setMaxSize(qint64 bytes) { m_maxSize = bytes; }
+    qint64 maxSize() const { return m_maxSize; }
+    // The stored data's size as JSON text, roughly; kept up to date by every write.
+    qint64 size() const;
+
+    // The tree as it is now. It stays so while writes go on (they copy what they change), so
+    // it can be written out on another thread.
+    Snapshot snapshot() const { return m_root; }
+    // The snapshot's JSON text; callable on any thread.
+    static QByteArray encode(const Snapshot &snapshot);
 
     QJsonValue value(const DatabasePath &path) const;
     // Each child object replaced by true, as REST's shallow=true reads.
@@ -72,9 +89,12 @@ public:
                       QVector<MergeChild> *children,
                       QString *error) const;
 
-    // Writes prepared values and pushes them to the listeners.
-    void set(const DatabasePath &path, const QJsonValue &prepared);
-    void merge(const DatabasePath &path, const QVector<MergeChild> &children);
+    // Writes prepared values and pushes them to the listeners; false with an error, writing
+    // nothing, when the database would grow past its size limit.
+    bool set(const DatabasePath &path, const QJsonValue &prepared, QString *error = nullptr);
+    bool merge(const DatabasePath &path,
+               const QVector<MergeChild> &children,
+               QString *error = nullptr);
 
     // Replaces everything without telling listeners (loading, reset).
     void replaceRoot(const QJsonValue &root);
@@ -93,18 +113,20 @@ signals:
     void changed();
 
 private:
-    struct Node;
     struct ListenNode;
     struct ListenEntry
     {
         DatabaseObserver *observer;
         qint64 tag;
         DatabaseQuery query;
+        QByteArray queryKey;
     };
+    struct NotifyCache;
     using ObserverSet = std::unordered_set<DatabaseObserver *>;
 
     const Node *find(const DatabasePath &path) const;
-    void place(const DatabasePath &path, std::unique_ptr<Node> node);
+    void place(const DatabasePath &path, std::shared_ptr<Node> node);
+    bool fits(qint64 growth, QString *error) const;
     bool normalize(const DatabasePath &at,
                    const QJsonValue &raw,
                    qint64 nowMs,
@@ -114,15 +136,20 @@ private:
 
     void notifyPut(const DatabasePath &path);
     void notifyMerge(const DatabasePath &path, const QVector<MergeChild> &children);
-    void putToDescendants(const ListenNode *node, const DatabasePath &at, ObserverSet &served);
+    void putToDescendants(const ListenNode *node,
+                          const DatabasePath &at,
+                          ObserverSet &served,
+                          NotifyCache &cache);
     void mergeToDescendants(const ListenNode *node,
                             const DatabasePath &at,
                             const DatabasePath &writePath,
                             const QVector<MergeChild> &children,
-                            ObserverSet &served);
-    void sendTagged(const ListenEntry &entry, const DatabasePath &at);
+                            ObserverSet &served,
+                            NotifyCache &cache);
+    void sendTagged(const ListenEntry &entry, const DatabasePath &at, NotifyCache &cache);
 
-    std::unique_ptr<Node> m_root;
+    std::shared_ptr<Node> m_root;
+    qint64 m_maxSize = 512 * 1024 * 1024;
     std::unique_ptr<ListenNode> m_listeners;
     int m_listenerCount = 0;
 };

@@ -59,6 +59,11 @@ RealtimeSession::RealtimeSession(WebSocketConnection *socket,
     , m_context(context)
 {
     m_socket->setParent(this);
+    m_socket->setMaxMessageSize(m_context.limits.maxUnauthenticatedMessageBytes);
+    m_authDeadline.setSingleShot(true);
+    connect(&m_authDeadline, &QTimer::timeout, this, [this] {
+        m_socket->close(1008, "Not authenticated");
+    });
     m_authTimer.setSingleShot(true);
     connect(&m_authTimer, &QTimer::timeout, this, &RealtimeSession::onAuthExpired);
     m_delayTimer.setSingleShot(true);
@@ -82,6 +87,7 @@ RealtimeSession::~RealtimeSession()
 
 void RealtimeSession::start()
 {
+    m_authDeadline.start(m_context.limits.authTimeoutMs);
     const QJsonObject handshake{{"ts", QDateTime::currentMSecsSinceEpoch()},
                                 {"v", "5"},
                                 {"h", m_host},
@@ -153,21 +159,27 @@ void RealtimeSession::flushDelayed()
 
 void RealtimeSession::databaseEvent(const DatabaseEvent &event)
 {
-    if (m_closed)
+    if (m_closed || !m_socket->isOpen())
         return;
     QByteArray frames;
     if (event.tag < 0 && !event.encoded.isEmpty()) {
         frames = event.encoded;
+    } else if (event.tag >= 0) {
+        // Tagged listens with the same filter share the event and the data's text; only the
+        // tag differs.
+        if (event.encodedData.isNull())
+            event.encodedData = JsonCodec::encode(event.data);
+        frames = encodeFrames("{\"t\":\"d\",\"d\":{\"a\":\"d\",\"b\":{\"p\":"
+                              + JsonCodec::encode(event.path.toWireString())
+                              + ",\"d\":" + event.encodedData
+                              + ",\"t\":" + QByteArray::number(event.tag) + "}}}");
     } else {
-        QJsonObject body{{"p", event.path.toWireString()}, {"d", event.data}};
-        if (event.tag >= 0)
-            body.insert(QStringLiteral("t"), event.tag);
+        const QJsonObject body{{"p", event.path.toWireString()}, {"d", event.data}};
         const QString action = event.kind == DatabaseEvent::Kind::Put ? QStringLiteral("d")
                                                                       : QStringLiteral("m");
         frames = encodeFrames(
             encode(QJsonObject{{"t", "d"}, {"d", QJsonObject{{"a", action}, {"b", body}}}}));
-        if (event.tag < 0)
-            event.encoded = frames;
+        event.encoded = frames;
     }
     sendFrames(frames, true);
 }
@@ -176,7 +188,7 @@ void RealtimeSession::onText(const QByteArray &text)
 {
     if (m_pendingFrames > 0) {
         m_frameBuffer += text;
-        if (m_frameBuffer.size() > maxMessageBytes) {
+        if (m_frameBuffer.size() > maxMessageBytes()) {
             m_socket->close(1009, "Message too big");
             return;
         }
@@ -293,7 +305,16 @@ void RealtimeSession::setAuth(const AuthIdentity &auth)
         const qint64 remaining = auth.expiresAt() * 1000 - QDateTime::currentMSecsSinceEpoch();
         m_authTimer.start(int(qBound<qint64>(0, remaining, 24 * 3600 * 1000)));
     }
+    if (auth.isAuthenticated())
+        m_authDeadline.stop();
+    m_socket->setMaxMessageSize(maxMessageBytes());
     revokeListens();
+}
+
+qint64 RealtimeSession::maxMessageBytes() const
+{
+    return m_auth.isAuthenticated() ? m_context.limits.maxMessageBytes
+                                    : m_context.limits.maxUnauthenticatedMessageBytes;
 }
 
 void RealtimeSession::onAuthExpired()
@@ -331,6 +352,10 @@ QJsonObject RealtimeSession::listen(const QJsonObject &body)
         return permissionDenied();
     const QJsonValue tagValue = body.value(QLatin1String("t"));
     const qint64 tag = tagValue.isDouble() ? qint64(tagValue.toDouble()) : -1;
+    if (m_listens.size() >= m_context.limits.maxListens && !m_listens.contains({path, tag}))
+        return failure(QStringLiteral("too_big"),
+                       QStringLiteral("Too many listens on one connection (at most %1)")
+                           .arg(m_context.limits.maxListens));
     const DatabaseQuery query = DatabaseQuery::fromWire(body.value(QLatin1String("q")).toObject());
     m_context.database->addListener(this, path, tag, query);
     m_listens.insert({path, tag});
@@ -376,7 +401,8 @@ QJsonObject RealtimeSession::put(const QJsonObject &body)
                                           &prepared,
                                           &error))
         return failure(QStringLiteral("invalid_data"), error);
-    m_context.database->set(path, prepared);
+    if (!m_context.database->set(path, prepared, &error))
+        return failure(QStringLiteral("too_big"), error);
     return ok();
 }
 
@@ -389,6 +415,8 @@ QJsonObject RealtimeSession::merge(const QJsonObject &body)
     if (!data.isObject())
         return failure(QStringLiteral("invalid_data"),
                        QStringLiteral("Merge data must be an object"));
+    if (!m_auth.canAccessUpdate(path, data.toObject()))
+        return permissionDenied();
     QVector<RealtimeDatabase::MergeChild> children;
     QString error;
     if (!m_context.database->prepareMerge(path,
@@ -401,7 +429,8 @@ QJsonObject RealtimeSession::merge(const QJsonObject &body)
         if (!m_auth.canAccess(path.child(child.relative)))
             return permissionDenied();
     }
-    m_context.database->merge(path, children);
+    if (!m_context.database->merge(path, children, &error))
+        return failure(QStringLiteral("too_big"), error);
     return ok();
 }
 
@@ -425,6 +454,8 @@ QJsonObject RealtimeSession::onDisconnect(const QJsonObject &body, bool merge)
     QString error;
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     if (merge) {
+        if (data.isObject() && !m_auth.canAccessUpdate(path, data.toObject()))
+            return permissionDenied();
         QVector<RealtimeDatabase::MergeChild> children;
         if (!data.isObject()
             || !m_context.database->prepareMerge(path, data.toObject(), now, &children, &error))
@@ -434,11 +465,11 @@ QJsonObject RealtimeSession::onDisconnect(const QJsonObject &body, bool merge)
                 return permissionDenied();
         }
     } else {
+        if (!m_auth.canAccess(path))
+            return permissionDenied();
         QJsonValue prepared;
         if (!m_context.database->prepareValue(path, data, now, &prepared, &error))
             return failure(QStringLiteral("invalid_data"), error);
-        if (!m_auth.canAccess(path))
-            return permissionDenied();
     }
     // Kept as sent: server values resolve when the writes run.
     m_disconnectWrites.append({merge, path, data});
@@ -484,6 +515,7 @@ void RealtimeSession::onClosed()
         return;
     m_closed = true;
     m_authTimer.stop();
+    m_authDeadline.stop();
     m_delayTimer.stop();
     for (const Listen &listen : qAsConst(m_listens))
         m_context.database->removeListener(this, listen.path, listen.tag);

@@ -22,17 +22,28 @@ class RealtimeSession : public QObject, public DatabaseObserver
     Q_OBJECT
 
 public:
+    // What one connection may cost the service.
+    struct Limits
+    {
+        // A connection that has not authenticated by then is closed; one that has is not,
+        // even when its token later expires or it signs out.
+        int authTimeoutMs = 30 * 1000;
+        // The largest message, whole or split into frames, before and after authenticating.
+        qint64 maxUnauthenticatedMessageBytes = 1024 * 1024;
+        qint64 maxMessageBytes = 64 * 1024 * 1024;
+        int maxListens = 1000;
+    };
+
     struct Context
     {
         RealtimeDatabase *database = nullptr;
         const TokenIssuer *tokens = nullptr;
         const FaultInjector *faults = nullptr;
         bool emulatorCredentials = false;
+        Limits limits;
     };
 
     static constexpr int maxFrameChars = 16384;
-    // A message split into frames may not grow beyond this.
-    static constexpr int maxMessageBytes = 64 * 1024 * 1024;
 
     // host: what the client reached us as; it reuses it for later connections.
     RealtimeSession(WebSocketConnection *socket,
@@ -93,6 +104,7 @@ private:
 
     void setAuth(const AuthIdentity &auth);
     void onAuthExpired();
+    qint64 maxMessageBytes() const;
     // Cancels the listens the current auth no longer allows, telling the client.
     void revokeListens();
     void runDisconnectWrites();
@@ -107,6 +119,7 @@ private:
     Context m_context;
     AuthIdentity m_auth;
     QTimer m_authTimer;
+    QTimer m_authDeadline;
     QSet<Listen> m_listens;
     QVector<DisconnectWrite> m_disconnectWrites;
     QByteArray m_frameBuffer;

@@ -25,6 +25,8 @@ public:
     int sessionCount() const { return m_sessions.size(); }
     // Under load, pushes leave at most once per interval; answers never wait.
     void setPushBatchInterval(int milliseconds) { m_batcher.setInterval(milliseconds); }
+    // For sessions opened from now on.
+    void setLimits(const RealtimeSession::Limits &limits) { m_context.limits = limits; }
     // Cuts every open session, as a network failure would.
     void dropAll();
 

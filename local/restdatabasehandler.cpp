@@ -35,9 +35,7 @@ RestDatabaseHandler::RestDatabaseHandler(RealtimeDatabase *database,
     , m_emulatorCredentials(emulatorCredentials)
 {}
 
-bool RestDatabaseHandler::authenticate(const HttpRequest &request,
-                                       AuthIdentity *identity,
-                                       HttpResponse *refusal) const
+QByteArray RestDatabaseHandler::tokenOf(const HttpRequest &request)
 {
     QByteArray token = request.queryItem(QStringLiteral("auth")).toUtf8();
     if (token.isEmpty())
@@ -47,6 +45,22 @@ bool RestDatabaseHandler::authenticate(const HttpRequest &request,
         if (authorization.startsWith("Bearer ") || authorization.startsWith("bearer "))
             token = authorization.mid(7).trimmed();
     }
+    return token;
+}
+
+bool RestDatabaseHandler::hasValidToken(const HttpRequest &request) const
+{
+    const QByteArray token = tokenOf(request);
+    return !token.isEmpty()
+           && m_tokens->verifyIdToken(token, m_emulatorCredentials).verdict
+                  == TokenIssuer::Verdict::Valid;
+}
+
+bool RestDatabaseHandler::authenticate(const HttpRequest &request,
+                                       AuthIdentity *identity,
+                                       HttpResponse *refusal) const
+{
+    const QByteArray token = tokenOf(request);
     if (token.isEmpty()) {
         *identity = AuthIdentity::anonymous();
         return true;
@@ -107,7 +121,14 @@ HttpResponse RestDatabaseHandler::handle(const HttpRequest &request)
         notAllowed.setHeader("Allow", "GET, PUT, POST, PATCH, DELETE, OPTIONS");
         return notAllowed;
     }();
-    response.setHeader("Access-Control-Allow-Origin", "*");
+    // With --plain no credential is a secret, so only pages of this machine may read answers;
+    // the service refuses other origins before they get here.
+    if (!m_emulatorCredentials) {
+        response.setHeader("Access-Control-Allow-Origin", "*");
+    } else if (request.hasHeader("origin")) {
+        response.setHeader("Access-Control-Allow-Origin", request.header("origin"));
+        response.setHeader("Vary", "Origin");
+    }
     response.setHeader("Cache-Control", "no-cache");
     return response;
 }
@@ -150,6 +171,9 @@ HttpResponse RestDatabaseHandler::write(const HttpRequest &request,
                                         const DatabasePath &path,
                                         const AuthIdentity &auth)
 {
+    // Nobody without a token may write anywhere: refused before the body is even parsed.
+    if (!auth.isAuthenticated())
+        return permissionDenied();
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     const bool silent = request.queryItem(QStringLiteral("print")) == QLatin1String("silent");
     const bool pretty = request.queryItem(QStringLiteral("print")) == QLatin1String("pretty");
@@ -164,6 +188,8 @@ HttpResponse RestDatabaseHandler::write(const HttpRequest &request,
             return error(400,
                          QStringLiteral("Invalid data; couldn't parse JSON object. Are you sending "
                                         "a JSON object with valid key names?"));
+        if (!auth.canAccessUpdate(path, body.toObject()))
+            return permissionDenied();
         QVector<RealtimeDatabase::MergeChild> children;
         QString invalid;
         if (!m_database->prepareMerge(path, body.toObject(), now, &children, &invalid))
@@ -173,7 +199,8 @@ HttpResponse RestDatabaseHandler::write(const HttpRequest &request,
                 return permissionDenied();
         }
         // An empty update changes nothing, wherever it points.
-        m_database->merge(path, children);
+        if (!m_database->merge(path, children, &invalid))
+            return error(413, invalid);
         QJsonObject echo;
         for (const auto &child : qAsConst(children))
             echo.insert(child.relative.toWireString(),
@@ -199,7 +226,8 @@ HttpResponse RestDatabaseHandler::write(const HttpRequest &request,
     QString invalid;
     if (!m_database->prepareValue(target, body, now, &prepared, &invalid))
         return error(400, invalid);
-    m_database->set(target, prepared);
+    if (!m_database->set(target, prepared, &invalid))
+        return error(413, invalid);
     if (silent)
         return HttpResponse(204);
     HttpResponse response;

@@ -20,8 +20,11 @@ public:
                         bool emulatorCredentials);
 
     HttpResponse handle(const HttpRequest &request);
+    // Whether the request's head carries a token that is valid now.
+    bool hasValidToken(const HttpRequest &request) const;
 
 private:
+    static QByteArray tokenOf(const HttpRequest &request);
     // False with the answer to send when the token is present but not acceptable.
     bool authenticate(const HttpRequest &request,
                       AuthIdentity *identity,

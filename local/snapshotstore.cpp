@@ -53,13 +53,21 @@ void SnapshotStore::saveInBackground()
 {
     if (!m_dirty)
         return;
+    // One save at a time; changes meanwhile wait for the next interval.
+    if (m_saving.loadAcquire()) {
+        m_timer.start();
+        return;
+    }
     m_dirty = false;
-    const QByteArray data = JsonCodec::encode(m_database->value({}));
+    m_saving.storeRelease(1);
+    // The event loop only takes the snapshot; the worker turns it into text and writes it.
+    const RealtimeDatabase::Snapshot snapshot = m_database->snapshot();
     const QString fileName = m_fileName;
-    m_writer.start([fileName, data] {
+    m_writer.start([this, fileName, snapshot] {
         QString error;
-        if (!write(fileName, data, &error))
+        if (!write(fileName, RealtimeDatabase::encode(snapshot), &error))
             qWarning().noquote() << "SNAPSHOT NOT SAVED:" << error;
+        m_saving.storeRelease(0);
     });
 }
 
@@ -75,7 +83,7 @@ bool SnapshotStore::save(QString *error)
     m_writer.waitForDone();
     m_dirty = false;
     QString message;
-    if (!write(m_fileName, JsonCodec::encode(m_database->value({})), &message)) {
+    if (!write(m_fileName, RealtimeDatabase::encode(m_database->snapshot()), &message)) {
         qWarning().noquote() << "SNAPSHOT NOT SAVED:" << message;
         if (error)
             *error = message;

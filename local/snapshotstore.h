@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QAtomicInt>
 #include <QObject>
 #include <QThreadPool>
 #include <QTimer>
@@ -34,5 +35,6 @@ private:
     QString m_fileName;
     QTimer m_timer;
     QThreadPool m_writer;
+    QAtomicInt m_saving;
     bool m_dirty = false;
 };

@@ -1,5 +1,6 @@
 #include "local/websocketconnection.h"
 
+#include "local/socketoutput.h"
 #include "local/tcpquickack.h"
 #include "local/writebatcher.h"
 
@@ -61,6 +62,12 @@ WebSocketConnection::WebSocketConnection(QTcpSocket *socket,
     m_socket->setParent(this);
     m_closeTimer.setSingleShot(true);
     connect(&m_closeTimer, &QTimer::timeout, this, &WebSocketConnection::abort);
+    m_stallTimer.setSingleShot(true);
+    m_stallTimer.setInterval(30 * 1000);
+    connect(&m_stallTimer, &QTimer::timeout, this, &WebSocketConnection::abort);
+    m_idleTimer.setSingleShot(true);
+    connect(&m_idleTimer, &QTimer::timeout, this, [this] { close(1001, "Idle connection"); });
+    watchOutputProgress(m_socket, this, [this] { onOutputProgress(); });
 }
 
 WebSocketConnection::~WebSocketConnection()
@@ -134,7 +141,44 @@ void WebSocketConnection::start()
         QTimer::singleShot(0, this, &WebSocketConnection::onDisconnected);
         return;
     }
+    if (m_idleTimeoutMs > 0)
+        m_idleTimer.start(m_idleTimeoutMs);
     onReadyRead();
+}
+
+void WebSocketConnection::setOutputLimit(qint64 maxUnsent, int stallTimeoutMs)
+{
+    m_maxUnsent = maxUnsent;
+    m_stallTimer.setInterval(stallTimeoutMs);
+}
+
+qint64 WebSocketConnection::unsentBytes() const
+{
+    return ::unsentBytes(m_socket) + m_batch.size();
+}
+
+void WebSocketConnection::holdInput()
+{
+    if (m_inputHeld)
+        return;
+    m_inputHeld = true;
+    m_stallTimer.start();
+}
+
+void WebSocketConnection::onOutputProgress()
+{
+    if (!m_inputHeld || !m_open)
+        return;
+    // A slow reader is not a stalled one: the clock only runs while nothing moves.
+    if (unsentBytes() > m_maxUnsent) {
+        m_stallTimer.start();
+        return;
+    }
+    m_inputHeld = false;
+    m_overflow = 0;
+    m_stallTimer.stop();
+    // Not from inside the socket's own signal: handling messages writes to it again.
+    QMetaObject::invokeMethod(this, &WebSocketConnection::onReadyRead, Qt::QueuedConnection);
 }
 
 QHostAddress WebSocketConnection::peerAddress() const
@@ -146,10 +190,15 @@ void WebSocketConnection::sendFrame(const QByteArray &frame)
 {
     if (!m_open || m_closeSent)
         return;
-    // A reader that stopped reading must not make the service buffer without bound.
-    if (m_socket->bytesToWrite() + m_batch.size() > m_maxPendingBytes) {
-        abort();
-        return;
+    // Pushes cannot wait for a slow reader the way answers do: past the limit they may add as
+    // much again while it catches up, and a reader that falls further behind is cut.
+    if (unsentBytes() + frame.size() > m_maxUnsent) {
+        m_overflow += frame.size();
+        if (m_overflow > m_maxUnsent) {
+            abort();
+            return;
+        }
+        holdInput();
     }
     if (!m_batcher) {
         m_socket->write(frame);
@@ -168,6 +217,9 @@ void WebSocketConnection::sendFrameNow(const QByteArray &frame)
         return;
     writeBatch();
     m_socket->write(frame);
+    // Answers wait for the reader instead: no more requests are read until it catches up.
+    if (unsentBytes() > m_maxUnsent)
+        holdInput();
 }
 
 void WebSocketConnection::takeBatchTurn()
@@ -191,6 +243,8 @@ void WebSocketConnection::sendControl(int opcode, const QByteArray &payload)
     QByteArray frame = frameHeader(opcode, payload.size());
     frame.append(payload);
     m_socket->write(frame);
+    if (unsentBytes() > m_maxUnsent)
+        holdInput();
 }
 
 void WebSocketConnection::close(quint16 code, const QByteArray &reason)
@@ -228,6 +282,8 @@ void WebSocketConnection::onDisconnected()
     }
     m_batch.clear();
     m_closeTimer.stop();
+    m_stallTimer.stop();
+    m_idleTimer.stop();
     if (m_closedEmitted)
         return;
     m_closedEmitted = true;
@@ -236,7 +292,7 @@ void WebSocketConnection::onDisconnected()
 
 void WebSocketConnection::onReadyRead()
 {
-    if (!m_open)
+    if (!m_open || m_inputHeld)
         return;
     m_buffer.append(m_socket->readAll());
     processBuffer();
@@ -245,7 +301,7 @@ void WebSocketConnection::onReadyRead()
 void WebSocketConnection::processBuffer()
 {
     int offset = 0;
-    while (m_open) {
+    while (m_open && !m_inputHeld) {
         const int available = m_buffer.size() - offset;
         if (available < 2)
             break;
@@ -305,6 +361,9 @@ void WebSocketConnection::processBuffer()
 
 bool WebSocketConnection::handleFrame(bool fin, int opcode, QByteArray payload)
 {
+    // Any frame counts as a sign of life: the keep-alive "0", a ping or a pong.
+    if (m_idleTimeoutMs > 0 && !m_closeSent)
+        m_idleTimer.start(m_idleTimeoutMs);
     switch (opcode) {
     case Continuation:
         if (m_messageOpcode < 0) {

@@ -37,7 +37,13 @@ public:
     bool isOpen() const { return m_open; }
     QHostAddress peerAddress() const;
     void setMaxMessageSize(qint64 bytes) { m_maxMessageSize = bytes; }
-    void setMaxPendingBytes(qint64 bytes) { m_maxPendingBytes = bytes; }
+    // Output the peer has not taken yet: above maxUnsent the connection reads no more messages
+    // and pushes may add at most maxUnsent again; one whose output then stands still for
+    // stallTimeoutMs, or that falls further behind, is cut.
+    void setOutputLimit(qint64 maxUnsent, int stallTimeoutMs);
+    // Closes the connection when the peer sends no frame for this long (0: never).
+    void setIdleTimeout(int milliseconds) { m_idleTimeoutMs = milliseconds; }
+    qint64 unsentBytes() const;
     // Frames then wait for the batcher's turn instead of going to the socket one by one.
     void setWriteBatcher(WriteBatcher *batcher) { m_batcher = batcher; }
     // The batcher's call: hands the frames gathered so far to the socket.
@@ -56,6 +62,8 @@ private:
     void failConnection(quint16 code, const QByteArray &reason);
     void sendControl(int opcode, const QByteArray &payload);
     void writeBatch();
+    void holdInput();
+    void onOutputProgress();
 
     QTcpSocket *m_socket;
     QByteArray m_buffer;
@@ -65,7 +73,12 @@ private:
     bool m_closeSent = false;
     bool m_closedEmitted = false;
     qint64 m_maxMessageSize = 64 * 1024 * 1024;
-    qint64 m_maxPendingBytes = 64 * 1024 * 1024;
+    qint64 m_maxUnsent = 16 * 1024 * 1024;
+    qint64 m_overflow = 0; // pushes queued above m_maxUnsent
+    bool m_inputHeld = false;
+    QTimer m_stallTimer;
+    int m_idleTimeoutMs = 0;
+    QTimer m_idleTimer;
     QTimer m_closeTimer;
     WriteBatcher *m_batcher = nullptr;
     QByteArray m_batch;
