@@ -55,6 +55,9 @@ FirebaseSubscription::~FirebaseSubscription()
 
 void FirebaseSubscription::listen()
 {
+    // From here until shutdown() the reconnect timer retries every failed open, the first one
+    // and the reopen after a new token included.
+    m_stopped = false;
     const QUrl url(QStringLiteral("wss://%1/.ws?v=5&ns=%2").arg(m_host, m_namespace));
     m_socket.open(url);
     qDebug().noquote() << "Listening to:" << url.toString();
@@ -81,7 +84,11 @@ void FirebaseSubscription::setToken(const QString &token)
 void FirebaseSubscription::onConnected()
 {
     qDebug().noquote() << "FirebaseSubscription::onConnected" << m_path;
-    m_stopped = false;
+    // Shut down while the connection was being made.
+    if (m_stopped) {
+        m_socket.close(QWebSocketProtocol::CloseCodeNormal, QString());
+        return;
+    }
     sendRequest(QStringLiteral("s"),
                 QJsonObject{
                     {QStringLiteral("c"), QJsonObject{{QStringLiteral("sdk.js.4-6-1"), 1}}}});

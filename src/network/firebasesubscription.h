@@ -36,6 +36,7 @@ public:
     QString host() const { return m_host; }
     QString path() const { return m_path; }
     QDateTime authTime() const { return m_authTime; }
+    // Shut down on purpose or never started; otherwise the stream reopens until it is open.
     bool isStopped() const { return m_stopped; }
     // The "r" number the next outgoing request will carry.
     quint64 requestNumber() const { return m_requestNumber; }
