@@ -89,6 +89,10 @@ void FirebaseSubscription::onConnected()
         m_socket.close(QWebSocketProtocol::CloseCodeNormal, QString());
         return;
     }
+    // Frames of a message cut off with the previous connection belong to no message of this
+    // one, which starts as the very first did: its first message is taken as content.
+    m_buffer.clear();
+    m_pendingFrames = 1;
     sendRequest(QStringLiteral("s"),
                 QJsonObject{
                     {QStringLiteral("c"), QJsonObject{{QStringLiteral("sdk.js.4-6-1"), 1}}}});
