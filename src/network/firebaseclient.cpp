@@ -17,6 +17,8 @@
 namespace {
 
 constexpr qint64 kRefreshWatchdogLimitMs = 3600 * 1000;
+// A stream closed longer than a token refresh's reconnect takes is an outage to report.
+constexpr qint64 kStreamLossLimitMs = 5000;
 
 // Three quarters of the token's lifetime, plus a grace: the token is renewed well before it
 // expires, and never in a tight loop when the lifetime is unknown (0).
@@ -93,6 +95,9 @@ FirebaseClient::FirebaseClient(const QString &databaseUrl,
 
     m_refreshTimer.setSingleShot(true);
     connect(&m_refreshTimer, &QTimer::timeout, this, &FirebaseClient::refreshToken);
+
+    m_streamTimer.setSingleShot(true);
+    connect(&m_streamTimer, &QTimer::timeout, this, &FirebaseClient::checkStreams);
 }
 
 FirebaseClient::~FirebaseClient()
@@ -185,7 +190,12 @@ void FirebaseClient::checkLastTokenRefresh()
 
 QDateTime FirebaseClient::now() const
 {
-    return m_clock ? QDateTime::fromMSecsSinceEpoch(m_clock()) : QDateTime::currentDateTime();
+    return QDateTime::fromMSecsSinceEpoch(nowMs());
+}
+
+qint64 FirebaseClient::nowMs() const
+{
+    return m_clock ? m_clock() : QDateTime::currentMSecsSinceEpoch();
 }
 
 FirebaseReply FirebaseClient::get(const QString &path)
@@ -407,10 +417,21 @@ bool FirebaseClient::subscribe(const QString &path,
         host += QLatin1Char(':') + QString::number(base.port());
 
     auto *subscription = new FirebaseSubscription(host, path, receiver, slot, this);
+    // Closed until its first connection: a stream that never opens counts as an outage too.
+    m_closedSince.insert(path, nowMs());
+    connect(subscription, &FirebaseSubscription::openChanged, this, [this, path](bool open) {
+        if (open)
+            m_closedSince.remove(path);
+        else
+            m_closedSince.insert(path, nowMs());
+        checkStreams();
+    });
     subscription->setDatabaseNamespace(m_databaseNamespace);
     subscription->setToken(QString::fromUtf8(m_token));
     subscription->listen();
     m_subscriptions.insert(path, subscription);
+    // Wakes up to report the stream if it does not open in time.
+    checkStreams();
 
     // Only the first subscription of the process is wired to the client's signal.
     static bool firstConnected = false;
@@ -429,6 +450,9 @@ bool FirebaseClient::unsubscribe(const QString &path)
     FirebaseSubscription *subscription = m_subscriptions.take(path);
     if (!subscription)
         return false;
+    // Shut down on purpose: no longer part of the connection state.
+    subscription->disconnect(this);
+    m_closedSince.remove(path);
     subscription->shutdown();
     subscription->deleteLater();
     qDebug().noquote() << "successfully unsubscribed from" << path;
@@ -450,16 +474,18 @@ FirebaseSubscription *FirebaseClient::subscription(const QString &path) const
 
 void FirebaseClient::checkConnection()
 {
+    // Pending: the previous probe has not been answered, or was answered with an error status.
+    m_probeLost = !m_checkReply.isNull();
     if (m_checkReply) {
-        // The previous probe has not been answered, or was answered with an error status.
-        emit connectionChanged(false);
         m_checkReply->disconnect(this);
         m_checkReply->abort();
         m_checkReply->deleteLater();
         m_checkReply = nullptr;
-    } else {
-        emit connectionChanged(true);
     }
+    updateStreamsLost();
+    // Reported on every tick, not only on change: receivers compare with what they hold.
+    m_connected = !m_probeLost && !m_streamsLost;
+    emit connectionChanged(m_connected);
     m_checkReply = m_manager->get(QNetworkRequest(QUrl(m_probeUrl)));
     connect(m_checkReply, &QNetworkReply::finished, this, &FirebaseClient::onCheckReplyFinished);
 }
@@ -475,6 +501,38 @@ void FirebaseClient::onCheckReplyFinished()
         reply->deleteLater();
         m_checkReply = nullptr;
     }
+}
+
+void FirebaseClient::checkStreams()
+{
+    updateStreamsLost();
+    const bool connected = !m_probeLost && !m_streamsLost;
+    if (connected != m_connected) {
+        m_connected = connected;
+        emit connectionChanged(connected);
+    }
+}
+
+void FirebaseClient::updateStreamsLost()
+{
+    m_streamTimer.stop();
+    if (m_closedSince.isEmpty()) {
+        m_streamsLost = false;
+        return;
+    }
+    if (m_streamsLost)
+        return;
+    const qint64 now = nowMs();
+    qint64 wait = kStreamLossLimitMs + 1;
+    for (const qint64 since : qAsConst(m_closedSince)) {
+        const qint64 closedFor = now - since;
+        if (closedFor > kStreamLossLimitMs) {
+            m_streamsLost = true;
+            return;
+        }
+        wait = qMin(wait, kStreamLossLimitMs - closedFor + 1);
+    }
+    m_streamTimer.start(int(qMax<qint64>(wait, 1)));
 }
 
 void FirebaseClient::setConnectionCheckInterval(int milliseconds)

@@ -125,9 +125,14 @@ public slots:
     void checkConnection();
     void onCheckReplyFinished();
     void checkLastTokenRefresh();
+    // Reports a change of the connection state that the streams cause, without waiting for the
+    // probe's next tick.
+    void checkStreams();
 
 signals:
     void tokenRefreshError();
+    // Lost while the probe fails or a stream has been closed for more than five seconds;
+    // connected again once the probe answers and every stream is open.
     void connectionChanged(bool connected);
 
 private:
@@ -138,6 +143,8 @@ private:
     void waitFor(QNetworkReply *reply) const;
     void scheduleRefresh(int milliseconds);
     QDateTime now() const;
+    qint64 nowMs() const;
+    void updateStreamsLost();
 
     QString m_databaseUrl;
     QString m_apiKey;
@@ -162,4 +169,13 @@ private:
     int m_refreshGrace = 5000;
     int m_refreshRetryDelay = 5000;
     Clock m_clock;
+
+    // When each registered stream that is not open closed (or was created), by the clock.
+    QHash<QString, qint64> m_closedSince;
+    // Wakes checkStreams() when the longest closed stream passes the limit.
+    QTimer m_streamTimer;
+    bool m_probeLost = false;
+    // Set once a stream has been closed too long; cleared only when every stream is open.
+    bool m_streamsLost = false;
+    bool m_connected = true;
 };

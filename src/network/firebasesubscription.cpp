@@ -69,6 +69,8 @@ void FirebaseSubscription::shutdown()
     m_initDone = false;
     m_socket.close(QWebSocketProtocol::CloseCodeNormal, QString());
     m_keepTimer.stop();
+    // A reopen right after this replaces the socket without a disconnected() for the old one.
+    setOpen(false);
 }
 
 void FirebaseSubscription::setToken(const QString &token)
@@ -93,6 +95,7 @@ void FirebaseSubscription::onConnected()
     // one, which starts as the very first did: its first message is taken as content.
     m_buffer.clear();
     m_pendingFrames = 1;
+    setOpen(true);
     sendRequest(QStringLiteral("s"),
                 QJsonObject{
                     {QStringLiteral("c"), QJsonObject{{QStringLiteral("sdk.js.4-6-1"), 1}}}});
@@ -207,6 +210,15 @@ void FirebaseSubscription::onDisconnected()
 {
     qDebug().noquote() << "DISCONNECTED" << m_path;
     m_initDone = false;
+    setOpen(false);
+}
+
+void FirebaseSubscription::setOpen(bool open)
+{
+    if (m_open == open)
+        return;
+    m_open = open;
+    emit openChanged(open);
 }
 
 void FirebaseSubscription::onError()

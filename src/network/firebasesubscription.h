@@ -38,12 +38,16 @@ public:
     QDateTime authTime() const { return m_authTime; }
     // Shut down on purpose or never started; otherwise the stream reopens until it is open.
     bool isStopped() const { return m_stopped; }
+    // The websocket is connected; openChanged() reports every change.
+    bool isOpen() const { return m_open; }
     // The "r" number the next outgoing request will carry.
     quint64 requestNumber() const { return m_requestNumber; }
 
     // Test hooks; the defaults are the production values (1,000 ms and 20,000 ms).
     void setReconnectInterval(int milliseconds) { m_reconnectTimer.setInterval(milliseconds); }
     void setKeepAliveInterval(int milliseconds) { m_keepTimer.setInterval(milliseconds); }
+    // Milliseconds until the next keep-alive, -1 while none is due.
+    int keepAliveRemainingTime() const { return m_keepTimer.remainingTime(); }
 
 public slots:
     void onConnected();
@@ -60,12 +64,15 @@ signals:
     void dataAvailable(const QString &data);
     void error(const QString &message);
     void connectionChanged(bool connected);
+    // For FirebaseClient's connection state, which counts a stream closed for long as a loss.
+    void openChanged(bool open);
 
 private:
     void updateKeepTimer();
     FirebaseReply parseReply(const QString &message);
     QString getRelativePath(QString path) const;
     void sendRequest(const QString &action, const QJsonObject &body);
+    void setOpen(bool open);
 
     QString m_host;
     QString m_path;
@@ -75,6 +82,7 @@ private:
     QByteArray m_slot;
     bool m_initDone = false;
     bool m_stopped = true;
+    bool m_open = false;
     QTimer m_reconnectTimer;
     QTimer m_keepTimer;
     QWebSocket m_socket;
