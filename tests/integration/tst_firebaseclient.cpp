@@ -1,56 +1,22 @@
 // FirebaseClient against tallyra-local over TLS: token exchange and refresh, REST requests, the
 // subscription registry and the connectivity probe.
-#include "localtestsupport.h"
+#include "firebasetestsupport.h"
 
 #include "local/faultinjector.h"
-#include "network/firebaseclient.h"
-#include "network/firebasesubscription.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QSignalSpy>
 #include <QTcpServer>
-#include <QtTest>
 
 namespace {
 
-const QString kAccount = QStringLiteral("/services/7/accounts/9");
-const QString kApiKey = QStringLiteral("test-key");
-
-QByteArray json(const QJsonObject &object)
-{
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
-}
-
 // A port nobody listens on: requests to it fail at once without an answer.
-quint16 deadPort()
+QString deadUrl()
 {
     QTcpServer server;
     server.listen(QHostAddress::LocalHost, 0);
-    const quint16 port = server.serverPort();
-    server.close();
-    return port;
+    return QStringLiteral("https://127.0.0.1:%1").arg(server.serverPort());
 }
 
 } // namespace
-
-class EventRecorder : public QObject
-{
-    Q_OBJECT
-
-public:
-    QList<FirebaseReply> events;
-    int count(const QString &event) const
-    {
-        int n = 0;
-        for (const FirebaseReply &reply : events)
-            n += reply.getEvent() == event ? 1 : 0;
-        return n;
-    }
-
-public slots:
-    void onEvent(FirebaseReply reply) { events.append(reply); }
-};
 
 class TestFirebaseClient : public QObject
 {
@@ -61,24 +27,23 @@ private slots:
     void cleanup();
 
     void signInAndRoundTrips();
-    void replyTextsFollowTheEventRules();
-    void subscriptionRegistry();
-    void refreshReauthenticatesEveryStream();
-    void refusedRefreshSignalsOnceAndStops();
-    void unansweredRefreshIsRetried();
-    void watchdogRefreshesAfterAnHourWithoutOne();
-    void probeReportsLossAndRecovery();
+    void replyTexts_data();
+    void replyTexts();
+    void subscriptionRegistryAndRefresh();
+    void refreshFailuresAndWatchdog();
+    void probeVerdicts_data();
+    void probeVerdicts();
 
 private:
-    std::unique_ptr<FirebaseClient> makeClient() const;
     QByteArray customToken() const
     {
         return m_local.service()->mintCustomToken(7, 9, QStringLiteral("operator-1"));
     }
 
+    // Only the client's key opens the token endpoints.
     LocalTestService m_local{[] {
         LocalService::Options options;
-        options.apiKey = kApiKey;
+        options.apiKey = QStringLiteral("test-key");
         return options;
     }()};
 };
@@ -93,336 +58,204 @@ void TestFirebaseClient::initTestCase()
 void TestFirebaseClient::cleanup()
 {
     m_local.service()->faults()->setRefuseTokenRefresh(false);
-    m_local.service()->faults()->setReplyDelay(0);
     m_local.service()->faults()->clearPathFailures();
     m_local.service()->setTokenLifetime(3600);
 }
 
-std::unique_ptr<FirebaseClient> TestFirebaseClient::makeClient() const
-{
-    auto client = std::make_unique<FirebaseClient>(m_local.baseUrl(),
-                                                   kApiKey,
-                                                   QStringLiteral("tallyra-local"),
-                                                   QStringLiteral("auth.example"));
-    client->setIdentityUrl(m_local.baseUrl());
-    client->setTokenUrl(m_local.baseUrl());
-    client->setProbeUrl(m_local.baseUrl() + QStringLiteral("/probe"));
-    return client;
-}
-
 void TestFirebaseClient::signInAndRoundTrips()
 {
-    auto client = makeClient();
+    auto client = makeClient(m_local);
     const QString base = kAccount + QStringLiteral("/roundtrip");
+    const QString root = m_local.baseUrl();
+    const QString url = root + base + ".json";
 
     // Before sign-in nothing carries a token, and the account refuses the request.
-    QNetworkRequest anonymous = client->createRequest(m_local.baseUrl(), base + ".json");
-    QVERIFY(!anonymous.hasRawHeader("Authorization"));
-    QVERIFY(!anonymous.url().hasQuery());
+    QCOMPARE(client->createRequest(root, base + ".json").url().toString(), url);
     QVERIFY(client->get(base).getData().contains("error"));
 
     // An exchange that fails still counts as signed in, with no token and a refresh soon.
     QVERIFY(client->signInWithCustomToken("not-a-token"));
-    QVERIFY(client->getToken().isEmpty());
-    QVERIFY(client->isSignedIn());
+    QVERIFY(client->getToken().isEmpty() && client->isSignedIn());
     QCOMPARE(client->refreshInterval(), 5000);
-
     QVERIFY(client->setToken(customToken()));
-    QVERIFY(!client->getToken().isEmpty());
+    const QByteArray token = client->getToken();
+    QVERIFY(!token.isEmpty() && client->isRefreshScheduled());
     // 3600 s: three quarters of the lifetime plus five seconds.
     QCOMPARE(client->refreshInterval(), 2705000);
-    QVERIFY(client->isRefreshScheduled());
 
     // The token travels twice: as the "auth" query item and as a bearer header.
-    const QNetworkRequest plain = client->createRequest(m_local.baseUrl(), base + ".json");
-    QCOMPARE(plain.rawHeader("Authorization"), QByteArray("Bearer " + client->getToken()));
-    QCOMPARE(QUrlQuery(plain.url()).queryItemValue("auth"), QString::fromUtf8(client->getToken()));
-    QVERIFY(plain.url().toString().contains(".json?auth="));
-    const QNetworkRequest queried = client->createRequest(m_local.baseUrl(),
-                                                          base + ".json?shallow=true",
-                                                          true);
-    QVERIFY(queried.url().toString().contains(".json?shallow=true&auth="));
-    QCOMPARE(queried.rawHeader("Accept"), QByteArray("text/event-stream"));
-    QCOMPARE(queried.header(QNetworkRequest::ContentTypeHeader).toString(),
-             QString("application/json"));
+    const QNetworkRequest plain = client->createRequest(root, base + ".json");
+    QCOMPARE(plain.rawHeader("Authorization"), "Bearer " + token);
+    QCOMPARE(plain.url().toString(), url + "?auth=" + token);
+    QVERIFY(!plain.hasRawHeader("Accept"));
+    const QNetworkRequest stream = client->createRequest(root, base + ".json?shallow=true", true);
+    QCOMPARE(stream.url().toString(), url + "?shallow=true&auth=" + token);
+    QCOMPARE(stream.rawHeader("Accept"), QByteArray("text/event-stream"));
+    QCOMPARE(stream.header(QNetworkRequest::ContentTypeHeader), QVariant("application/json"));
 
-    FirebaseReply reply = client->put(base + "/a", json({{"x", 1}}));
-    QVERIFY(reply.getEvent().isEmpty());
-    QCOMPARE(reply.getData(), (QJsonObject{{"x", 1}}));
-    QCOMPARE(client->patch(base + "/a", json({{"y", "two"}})).getData(),
-             (QJsonObject{{"y", "two"}}));
-    QCOMPARE(client->get(base + "/a").getData(), (QJsonObject{{"x", 1}, {"y", "two"}}));
-
-    const QString name
-        = client->push(base + "/list", json({{"n", 1}})).getData().value("name").toString();
-    QCOMPARE(name.size(), 20);
-    QCOMPARE(client->get(base + "/list/" + name).getData(), (QJsonObject{{"n", 1}}));
+    QCOMPARE(client->put(base + "/a", R"({"x":1})").getData(), (QJsonObject{{"x", 1}}));
+    client->patch(base + "/a", R"({"y":"two"})");
+    QCOMPARE(client->push(base + "/list", "1").getData().value("name").toString().size(), 20);
     QCOMPARE(client->get(base, "?shallow=true").getData(),
              (QJsonObject{{"a", true}, {"list", true}}));
+    QVERIFY(client->del(base + "/list").getData().isEmpty());
+    QCOMPARE(client->get(base).getData(), (QJsonObject{{"a", QJsonObject{{"x", 1}, {"y", "two"}}}}));
 
-    QVERIFY(client->del(base + "/a").getData().isEmpty());
-    QVERIFY(client->get(base + "/a").getData().isEmpty());
-
-    // Another account's data stays out of reach.
-    QVERIFY(client->get("/services/7/accounts/10").getData().contains("error"));
-
-    // The asynchronous twins are not answered to anyone; their effect shows in the database.
-    client->putAsync(base + "/b", json({{"v", 1}}));
-    QVERIFY(waitUntil([&] { return !client->get(base + "/b").getData().isEmpty(); }, 5000));
-    client->patchAsync(base + "/b", json({{"w", 2}}));
-    QVERIFY(waitUntil([&] { return client->get(base + "/b").getData().contains("w"); }, 5000));
-    client->pushAsync(base + "/pushed", json({{"p", true}}));
-    QVERIFY(waitUntil([&] { return client->get(base + "/pushed").getData().size() == 1; }, 5000));
-    client->delAsync(base + "/b");
-    QVERIFY(waitUntil([&] { return client->get(base + "/b").getData().isEmpty(); }, 5000));
-    client->sendRequestAsync(FirebaseClient::OPTIONS, m_local.baseUrl(), base + ".json");
-
-    client->del(base);
+    // The asynchronous twins are answered to no one; their effect shows in the database.
+    client->patchAsync(base + "/a", R"({"z":3})");
+    client->delAsync(base + "/a/x");
+    client->putAsync(base + "/b", "1");
+    client->pushAsync(base + "/c", "2");
+    QVERIFY(waitUntil(
+        [&] {
+            const QJsonObject data = client->get(base).getData();
+            const QJsonObject pushed = data.value("c").toObject();
+            return data.value("a") == QJsonObject{{"y", "two"}, {"z", 3}} && data.value("b") == 1
+                   && pushed.size() == 1 && *pushed.begin() == 2;
+        },
+        5000));
 }
 
-void TestFirebaseClient::replyTextsFollowTheEventRules()
+void TestFirebaseClient::replyTexts_data()
 {
-    auto client = makeClient();
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("event");
+    QTest::addColumn<QJsonObject>("data");
 
-    const FirebaseReply plain = client->parseReply(R"({"a":{"b":1}})");
-    QVERIFY(plain.getEvent().isEmpty());
-    QCOMPARE(plain.getData(), (QJsonObject{{"a", QJsonObject{{"b", 1}}}}));
-
-    // An event stream: only the first event counts.
-    const FirebaseReply stream = client->parseReply(
-        "event: put\ndata: {\"path\":\"/\",\"data\":1}\n\n"
-        "event: patch\ndata: {\"path\":\"/x\",\"data\":2}\n\n");
-    QCOMPARE(stream.getEvent(), QString("put"));
-    QCOMPARE(stream.getData(), (QJsonObject{{"path", "/"}, {"data", 1}}));
-
+    QTest::newRow("plain") << QString(R"({"a":{"b":1}})") << QString()
+                           << QJsonObject{{"a", QJsonObject{{"b", 1}}}};
+    // Of an event stream only the first event counts.
+    QTest::newRow("stream") << QString("event: put\ndata: {\"path\":\"/\",\"data\":1}\n\n"
+                                       "event: patch\ndata: {\"path\":\"/x\",\"data\":2}\n\n")
+                            << QString("put") << QJsonObject{{"path", "/"}, {"data", 1}};
     // A plain body that mentions "data:" is read by the event rules all the same.
-    const FirebaseReply mention = client->parseReply(R"({"text":"data: {none}"})");
-    QVERIFY(mention.getEvent().isEmpty());
-    QVERIFY(mention.getData().isEmpty());
+    QTest::newRow("mention") << QString(R"({"text":"data: {none}"})") << QString() << QJsonObject();
+    QTest::newRow("empty") << QString() << QString() << QJsonObject();
+}
 
-    QVERIFY(client->parseReply(QString()).getData().isEmpty());
-    QVERIFY(client->parseReply("<html>gateway</html>").getData().isEmpty());
+void TestFirebaseClient::replyTexts()
+{
+    QFETCH(QString, text);
+    auto client = makeClient(m_local);
+    const FirebaseReply reply = client->parseReply(text);
+    QTEST(reply.getEvent(), "event");
+    QTEST(reply.getData(), "data");
 
     QCOMPARE(client->trimValue("event: put \r"), QByteArray("put"));
     QCOMPARE(client->trimValue("data:{\"a\":\"b:c\"}"), QByteArray("{\"a\":\"b:c\"}"));
     QCOMPARE(client->trimValue(": comment "), QByteArray(": comment"));
 }
 
-void TestFirebaseClient::subscriptionRegistry()
+void TestFirebaseClient::subscriptionRegistryAndRefresh()
 {
-    auto client = makeClient();
+    auto client = makeClient(m_local);
     QVERIFY(client->setToken(customToken()));
     const QString path = kAccount + QStringLiteral("/registry");
-    client->put(path, json({{"k", "v"}}));
+    client->put(path, json(QJsonObject{{"k", "v"}}));
 
-    EventRecorder recorder;
-    QVERIFY(client->subscribe(path, &recorder, "onEvent"));
-    QVERIFY(!client->subscribe(path, &recorder, "onEvent"));
-    QCOMPARE(client->subscribedPaths(), QStringList{path});
-    FirebaseSubscription *subscription = client->subscription(path);
-    QVERIFY(subscription);
-    QCOMPARE(subscription->host(), QUrl(m_local.baseUrl()).authority());
-    QVERIFY(waitUntil([&] { return recorder.events.size() == 1; }, 5000));
-    QCOMPARE(recorder.events.first().getEvent(), QString("init"));
-    QCOMPARE(recorder.events.first().getData().value("d").toObject(), (QJsonObject{{"k", "v"}}));
-    QCOMPARE(m_local.service()->realtimeSessionCount(), 1);
+    EventRecorder first;
+    EventRecorder second;
+    QVERIFY(client->subscribe(path, &first, "onEvent"));
+    QVERIFY(!client->subscribe(path, &first, "onEvent"));
+    QVERIFY(client->subscribe(path + "/other", &second, "onEvent", "orderBy=\"$key\""));
+    QCOMPARE(client->subscribedPaths().size(), 2);
+    QCOMPARE(client->subscription(path)->host(), QUrl(m_local.baseUrl()).authority());
+    // The streams present the client's token: the account's data comes through.
+    QVERIFY(waitUntil([&] { return first.events.size() == 1 && second.events.size() == 1; }, 5000));
+    QCOMPARE(first.events.first().getData().value("d"), QJsonValue(QJsonObject{{"k", "v"}}));
 
-    QVERIFY(client->subscribe(path + "/other", &recorder, "onEvent", "orderBy=\"$key\""));
-    QVERIFY(waitUntil([&] { return m_local.service()->realtimeSessionCount() == 2; }, 5000));
+    // A refresh re-authenticates every stream: each reconnects and starts with a snapshot again.
+    client->refreshToken();
+    QCOMPARE(client->refreshInterval(), 2705000);
+    QVERIFY(waitUntil([&] { return first.events.size() == 2 && second.events.size() == 2; }, 5000));
+    QCOMPARE(first.names + second.names, (QStringList{"init", "init", "init", "init"}));
 
     QVERIFY(client->unsubscribe(path));
-    QVERIFY(!client->unsubscribe(path));
-    QVERIFY(!client->subscription(path));
+    QVERIFY(!client->unsubscribe(path) && !client->subscription(path));
     client->unsubscribeFromAll();
     QVERIFY(client->subscribedPaths().isEmpty());
-    QVERIFY(!client->isSignedIn());
-    QVERIFY(!client->getToken().isEmpty());
+    QVERIFY(!client->isSignedIn() && !client->getToken().isEmpty());
     QVERIFY(waitUntil([&] { return m_local.service()->realtimeSessionCount() == 0; }, 5000));
 
-    // Nothing reaches the receiver once the streams are gone.
-    const int delivered = recorder.events.size();
-    client->put(path, json({{"k", "w"}}));
-    QTest::qWait(200);
-    QCOMPARE(recorder.events.size(), delivered);
-
     // Without a port in the database URL the stream host is the bare host.
-    FirebaseClient portless("https://db.invalid", kApiKey, "ns", QString());
-    QVERIFY(portless.subscribe("/x", &recorder, "onEvent"));
+    FirebaseClient portless("https://db.invalid", "key", "ns", QString());
+    QVERIFY(portless.subscribe("/x", &first, "onEvent"));
     QCOMPARE(portless.subscription("/x")->host(), QString("db.invalid"));
 }
 
-void TestFirebaseClient::refreshReauthenticatesEveryStream()
+void TestFirebaseClient::refreshFailuresAndWatchdog()
 {
-    // Tokens live 4 s and are renewed every 1.5 s: the service cuts off a stream whose token
-    // expires, so the streams keep delivering only if every refresh re-authenticates them.
-    m_local.service()->setTokenLifetime(4);
-    auto client = makeClient();
-    client->setRefreshGrace(-1500);
-    QVERIFY(client->setToken(customToken()));
-    QCOMPARE(client->refreshInterval(), 1500);
-    const QByteArray first = client->getToken();
-
-    EventRecorder chats;
-    EventRecorder users;
-    QVERIFY(client->subscribe(kAccount + "/refresh/chats", &chats, "onEvent"));
-    QVERIFY(client->subscribe(kAccount + "/refresh/users", &users, "onEvent"));
-    QVERIFY(waitUntil([&] { return chats.count("init") == 1 && users.count("init") == 1; }, 5000));
-
-    // Well past the first token's expiry (at most 4 s after sign-in).
-    QVERIFY(waitUntil([&] { return chats.count("init") >= 4 && users.count("init") >= 4; }, 10000));
-    QVERIFY(client->getToken() != first);
-    QCOMPARE(client->subscription(kAccount + "/refresh/chats")->requestNumber() % 3, quint64(1));
-
-    client->put(kAccount + "/refresh/chats/c1", json({{"status", "open"}}));
-    client->put(kAccount + "/refresh/users/u1", json({{"name", "Ann"}}));
-    QVERIFY(waitUntil([&] { return chats.count("put") == 1 && users.count("put") == 1; }, 5000));
-    QCOMPARE(chats.events.last().getData().value("p").toString(), QString("/c1"));
-    QCOMPARE(users.events.last().getData().value("p").toString(), QString("/u1"));
-    // The dates of the events come from the refreshed token.
-    QVERIFY(qAbs(chats.events.last().getDate().secsTo(QDateTime::currentDateTime())) < 10);
-    // An expiry notice from the service would have come through as "keep-live".
-    QCOMPARE(chats.count("keep-live") + users.count("keep-live"), 0);
-
-    client->del(kAccount + "/refresh");
-}
-
-void TestFirebaseClient::refusedRefreshSignalsOnceAndStops()
-{
+    // A refused refresh is signalled once, never rescheduled, and the token is kept.
     m_local.service()->setTokenLifetime(1);
     m_local.service()->faults()->setRefuseTokenRefresh(true);
-    auto client = makeClient();
+    qint64 now = 1000000;
+    auto client = makeClient(m_local);
+    client->setClock([&now] { return now; });
     client->setRefreshGrace(0);
     QSignalSpy errors(client.get(), &FirebaseClient::tokenRefreshError);
     QVERIFY(client->setToken(customToken()));
     const QByteArray token = client->getToken();
+    // Three quarters first, in whole milliseconds: a lifetime of 1 s gives 750 ms.
     QCOMPARE(client->refreshInterval(), 750);
-
     QVERIFY(errors.wait(5000));
-    QVERIFY(!client->isRefreshScheduled());
-    QTest::qWait(1500);
-    QCOMPARE(errors.count(), 1);
+    QVERIFY(!client->isRefreshScheduled() && errors.count() == 1);
     QCOMPARE(client->getToken(), token);
-}
 
-void TestFirebaseClient::unansweredRefreshIsRetried()
-{
-    auto client = makeClient();
-    QVERIFY(client->setToken(customToken()));
-    const QDateTime signedInAt = client->getLastTokenRefresh();
-    QSignalSpy errors(client.get(), &FirebaseClient::tokenRefreshError);
-
-    client->setTokenUrl(QStringLiteral("https://127.0.0.1:%1").arg(deadPort()));
+    // An unanswered refresh is tried again after 5 s.
+    m_local.service()->faults()->setRefuseTokenRefresh(false);
+    client->setTokenUrl(deadUrl());
     client->refreshToken();
-    QCOMPARE(client->refreshInterval(), 5000);
-    QVERIFY(client->isRefreshScheduled());
-
-    client->setRefreshRetryDelay(100);
-    client->refreshToken();
-    QCOMPARE(client->refreshInterval(), 100);
+    QVERIFY(client->isRefreshScheduled() && client->refreshInterval() == 5000);
     client->setTokenUrl(m_local.baseUrl());
-    QVERIFY(waitUntil([&] { return client->getLastTokenRefresh() > signedInAt; }, 5000));
-    QCOMPARE(client->refreshInterval(), 2705000);
-    QCOMPARE(errors.count(), 0);
 
-    // A refresh dates the token by the server's clock (its Date header, whole seconds) for every
-    // stream; a stream that never connected keeps that date, as nothing overwrites it.
-    FirebaseClient offline(QStringLiteral("https://127.0.0.1:%1").arg(deadPort()),
-                           kApiKey,
-                           QStringLiteral("tallyra-local"),
-                           QString());
-    offline.setIdentityUrl(m_local.baseUrl());
-    offline.setTokenUrl(m_local.baseUrl());
-    // The local clock stands still at the epoch, so a date near now can only be the server's.
-    offline.setClock([] { return qint64(0); });
-    offline.setToken(customToken());
-    EventRecorder recorder;
-    QVERIFY(offline.subscribe("/x", &recorder, "onEvent"));
-    QTest::qWait(100);
-    offline.refreshToken();
-    QVERIFY(offline.subscription("/x")->isStopped());
-    const QDateTime date = offline.subscription("/x")->authTime();
-    QVERIFY(date.isValid());
-    QCOMPARE(date.time().msec(), 0);
-    QVERIFY(qAbs(date.secsTo(QDateTime::currentDateTime())) < 10);
-}
+    // The watchdog refreshes once an hour has passed without a refresh, not a millisecond sooner.
+    now += 3600 * 1000;
+    client->checkLastTokenRefresh();
+    QCOMPARE(client->getLastTokenRefresh().toMSecsSinceEpoch(), now - 3600 * 1000);
+    now += 1;
+    client->setRefreshWatchdogInterval(1);
+    QVERIFY(
+        waitUntil([&] { return client->getLastTokenRefresh().toMSecsSinceEpoch() == now; }, 5000));
+    QCOMPARE(errors.count(), 1);
 
-void TestFirebaseClient::watchdogRefreshesAfterAnHourWithoutOne()
-{
-    qint64 skew = 0;
-    auto client = makeClient();
-    client->setClock([&skew] { return QDateTime::currentMSecsSinceEpoch() + skew; });
-    client->setRefreshWatchdogInterval(20);
-
-    // Not signed in: no refresh however late it is.
-    skew = 2 * 3600 * 1000;
-    QTest::qWait(100);
-    QVERIFY(!client->getLastTokenRefresh().isValid());
-
-    skew = 0;
-    QVERIFY(client->setToken(customToken()));
-    const QDateTime signedInAt = client->getLastTokenRefresh();
-    EventRecorder recorder;
-    QVERIFY(client->subscribe(kAccount + "/watchdog", &recorder, "onEvent"));
-    QVERIFY(waitUntil([&] { return recorder.count("init") == 1; }, 5000));
-
-    skew = 3600 * 1000 - 2000;
-    QTest::qWait(150);
-    QCOMPARE(client->getLastTokenRefresh(), signedInAt);
-
-    skew = 3600 * 1000 + 1000;
-    QVERIFY(waitUntil([&] { return client->getLastTokenRefresh() != signedInAt; }, 5000));
-    QVERIFY(client->getLastTokenRefresh().msecsTo(QDateTime::currentDateTime()) < -3500000);
-    // The refresh re-authenticated the stream, once.
-    QVERIFY(waitUntil([&] { return recorder.count("init") == 2; }, 5000));
-    QTest::qWait(150);
-    QCOMPARE(recorder.count("init"), 2);
-
-    // After log-out the watchdog stays quiet.
+    // After log-out it stays quiet however late it is.
     client->unsubscribeFromAll();
-    const QDateTime loggedOutAt = client->getLastTokenRefresh();
-    skew += 2 * 3600 * 1000;
-    QTest::qWait(150);
-    QCOMPARE(client->getLastTokenRefresh(), loggedOutAt);
+    now += 2 * 3600 * 1000;
+    client->checkLastTokenRefresh();
+    QCOMPARE(client->getLastTokenRefresh().toMSecsSinceEpoch(), now - 2 * 3600 * 1000);
 }
 
-void TestFirebaseClient::probeReportsLossAndRecovery()
+void TestFirebaseClient::probeVerdicts_data()
 {
-    auto client = makeClient();
-    QList<bool> states;
-    connect(client.get(), &FirebaseClient::connectionChanged, this, [&](bool connected) {
-        states.append(connected);
-    });
-    client->setConnectionCheckInterval(200);
+    QTest::addColumn<QString>("url");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<bool>("connected");
 
-    // Reported on every tick, not only on change.
-    QVERIFY(waitUntil([&] { return states.size() >= 3; }, 5000));
-    QVERIFY(!states.contains(false));
+    QTest::newRow("answered") << m_local.baseUrl() + "/probe" << 0 << true;
+    QTest::newRow("status 400") << m_local.baseUrl() + "/probe" << 400 << false;
+    QTest::newRow("refused") << deadUrl() + "/probe" << 0 << false;
+}
 
-    // An error status counts as loss on the next tick; the tick after it probes afresh.
-    m_local.service()->faults()->setPathFailure("/probe", 503);
-    states.clear();
-    QVERIFY(waitUntil([&] { return states.contains(false); }, 5000));
-    m_local.service()->faults()->clearPathFailures();
-    states.clear();
-    QVERIFY(waitUntil([&] { return states.size() >= 2 && states.last(); }, 5000));
+// Ticks by hand: each tick's verdict is on the probe that the tick before started.
+void TestFirebaseClient::probeVerdicts()
+{
+    QFETCH(QString, url);
+    QFETCH(int, status);
+    if (status > 0)
+        m_local.service()->faults()->setPathFailure("/probe", status);
+    auto client = makeClient(m_local);
+    client->setProbeUrl(url);
+    QSignalSpy states(client.get(), &FirebaseClient::connectionChanged);
+    QSignalSpy answers(client->findChild<QNetworkAccessManager *>(),
+                       &QNetworkAccessManager::finished);
 
-    // A probe that does not finish within the interval counts as loss.
-    m_local.service()->faults()->setReplyDelay(600);
-    states.clear();
-    QVERIFY(waitUntil([&] { return states.size() >= 3; }, 5000));
-    QVERIFY(!states.mid(1).contains(true));
-    m_local.service()->faults()->setReplyDelay(0);
-    QVERIFY(waitUntil([&] { return states.size() >= 2 && states.last(); }, 5000));
-
-    // Unknown page and a host that refuses connections.
-    client->setProbeUrl(m_local.baseUrl() + "/no-such-page");
-    states.clear();
-    QVERIFY(waitUntil([&] { return states.size() >= 3; }, 5000));
-    QCOMPARE(states.mid(1), (QList<bool>{false, false}));
-    client->setProbeUrl(QStringLiteral("https://127.0.0.1:%1/").arg(deadPort()));
-    states.clear();
-    QVERIFY(waitUntil([&] { return states.size() >= 3; }, 5000));
-    QCOMPARE(states.mid(1), (QList<bool>{false, false}));
+    client->checkConnection();
+    QVERIFY(answers.wait(5000));
+    client->checkConnection();
+    // A probe not answered by the next tick is a loss too, and the tick after probes afresh.
+    client->checkConnection();
+    QFETCH(bool, connected);
+    QCOMPARE(QList<QVariantList>(states), (QList<QVariantList>{{true}, {connected}, {false}}));
 }
 
 QTEST_GUILESS_MAIN(TestFirebaseClient)
