@@ -2,10 +2,11 @@
 
 #include "local/faultinjector.h"
 #include "local/httprouter.h"
-#include "local/socketoutput.h"
+#include "local/socketflow.h"
 #include "local/tcpquickack.h"
 #include "local/websocketconnection.h"
 
+#include <QElapsedTimer>
 #include <QJsonObject>
 #include <QTcpSocket>
 
@@ -94,9 +95,12 @@ void HttpConnection::onOutputProgress()
 {
     if (!m_throttled || !m_socket)
         return;
-    // A slow reader is not a stalled one: the clock only runs while nothing moves.
-    if (isOverOutputLimit()) {
-        m_stallTimer.start(m_settings.stallTimeoutMs);
+    // A slow reader is not a stalled one: the clock starts again whenever output leaves.
+    const qint64 unsent = unsentBytes(m_socket);
+    if (unsent > m_settings.maxUnsentBytes) {
+        if (unsent < m_stalledAt)
+            m_stallTimer.start(m_settings.stallTimeoutMs);
+        m_stalledAt = unsent;
         return;
     }
     m_throttled = false;
@@ -116,19 +120,36 @@ void HttpConnection::onDisconnected()
 
 void HttpConnection::processInput()
 {
-    if (m_waiting || m_closing || m_throttled || !m_socket)
+    if (m_waiting || m_closing || m_throttled || m_yielded || !m_socket)
         return;
-    m_buffer.append(m_socket->readAll());
-    while (!m_waiting && !m_closing && m_socket) {
+    QElapsedTimer turn;
+    turn.start();
+    for (bool first = true; !m_waiting && !m_closing && m_socket; first = false) {
         // A client that does not read its answers gets no more of them until it does; what it
         // sends meanwhile waits in TCP's window, not here.
         if (isOverOutputLimit()) {
             m_throttled = true;
+            m_stalledAt = unsentBytes(m_socket);
             m_stallTimer.start(m_settings.stallTimeoutMs);
             break;
         }
+        if (!first && turn.elapsed() >= kInputTurnMs) {
+            m_yielded = true;
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    m_yielded = false;
+                    processInput();
+                },
+                Qt::QueuedConnection);
+            break;
+        }
+        // More bytes only once the requests already here are answered.
+        if (m_needInput || m_buffer.isEmpty())
+            m_buffer.append(m_socket->readAll());
         if (m_buffer.isEmpty() && m_parser.isIdle()) {
             m_requestStarted = false;
+            m_needInput = true;
             break;
         }
         const bool wasStarted = m_requestStarted;
@@ -137,8 +158,11 @@ void HttpConnection::processInput()
         if (m_parser.takeContinueRequest())
             m_socket->write("HTTP/1.1 100 Continue\r\n\r\n");
         if (status == HttpRequestParser::Status::NeedMore) {
+            m_needInput = true;
             if (!wasStarted)
                 m_timer.stop(); // the request timer starts with its first byte
+            if (m_socket->bytesAvailable() > 0)
+                continue;
             acknowledgeReceivedNow(m_socket);
             break;
         }
@@ -147,6 +171,7 @@ void HttpConnection::processInput()
             return;
         }
         HttpRequest request = m_parser.takeRequest();
+        m_needInput = false;
         m_requestStarted = false;
         m_timer.stop();
         dispatch(std::move(request));

@@ -27,8 +27,8 @@ public:
         // Output the client has not taken yet: above this a connection reads no more requests
         // (or websocket messages), and one whose output then stands still for stallTimeoutMs
         // is cut.
-        qint64 maxUnsentBytes = 16 * 1024 * 1024;
-        int stallTimeoutMs = 30 * 1000;
+        qint64 maxUnsentBytes = 4 * 1024 * 1024;
+        int stallTimeoutMs = 10 * 1000;
         // HTTP connections and websockets together.
         int maxConnections = 4096;
     };
@@ -69,6 +69,9 @@ private:
     QTimer m_timer;
     QTimer m_stallTimer;
     bool m_throttled = false;
+    qint64 m_stalledAt = 0;  // unsent bytes when output was last seen to move
+    bool m_yielded = false;  // a turn is over; the rest of the input waits for the next
+    bool m_needInput = true; // the buffer holds no complete request
     bool m_waiting = false;
     bool m_closing = false;
     bool m_requestStarted = false;

@@ -1,13 +1,13 @@
 #include "local/realtimedatabase.h"
 
+#include "local/jsoncodec.h"
+
 #include <QCryptographicHash>
 #include <QHash>
 #include <QJsonArray>
-#include <QLocale>
 #include <QtEndian>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 namespace {
@@ -24,26 +24,6 @@ qint64 leafSize(const QJsonValue &leaf)
     default:
         return 12;
     }
-}
-
-void appendJsonString(QByteArray &out, const QString &text)
-{
-    static const char hex[] = "0123456789abcdef";
-    out += '"';
-    for (const char c : text.toUtf8()) {
-        const auto u = static_cast<uchar>(c);
-        if (u == '"' || u == '\\') {
-            out += '\\';
-            out += c;
-        } else if (u < 0x20) {
-            out += "\\u00";
-            out += hex[u >> 4];
-            out += hex[u & 0xf];
-        } else {
-            out += c;
-        }
-    }
-    out += '"';
 }
 
 } // namespace
@@ -124,19 +104,12 @@ std::shared_ptr<RealtimeDatabase::Node> RealtimeDatabase::Node::fromJson(const Q
 void RealtimeDatabase::Node::appendJson(QByteArray &out) const
 {
     if (isLeaf()) {
-        if (leaf.isString()) {
-            appendJsonString(out, leaf.toString());
-        } else if (leaf.isBool()) {
+        if (leaf.isString())
+            JsonCodec::appendString(out, leaf.toString());
+        else if (leaf.isBool())
             out += leaf.toBool() ? "true" : "false";
-        } else {
-            const double number = leaf.toDouble();
-            if (!std::isfinite(number))
-                out += "null";
-            else if (std::floor(number) == number && std::fabs(number) < 9007199254740992.0)
-                out += QByteArray::number(qint64(number));
-            else
-                out += QByteArray::number(number, 'g', QLocale::FloatingPointShortest);
-        }
+        else
+            JsonCodec::appendNumber(out, leaf.toDouble());
         return;
     }
     if (children.empty()) {
@@ -149,7 +122,7 @@ void RealtimeDatabase::Node::appendJson(QByteArray &out) const
         if (!first)
             out += ',';
         first = false;
-        appendJsonString(out, child.first);
+        JsonCodec::appendString(out, child.first);
         out += ':';
         child.second->appendJson(out);
     }
@@ -235,17 +208,79 @@ QString RealtimeDatabase::Node::hash() const
 struct RealtimeDatabase::NotifyCache
 {
     const RealtimeDatabase *database;
-    QHash<QStringList, QJsonValue> values;
     QHash<QPair<QStringList, QByteArray>, DatabaseEvent> filtered;
 
     QJsonValue value(const DatabasePath &at)
     {
-        auto it = values.find(at.keys());
-        if (it == values.end())
-            it = values.insert(at.keys(), database->value(at));
-        return it.value();
+        return database->cachedValue(at, DatabaseQuery(), QByteArray());
     }
 };
+
+namespace {
+// Reads kept until the next change, at most this much in all: bigger values are built again.
+constexpr qint64 kMaxCachedReads = 16 * 1024 * 1024;
+} // namespace
+
+QJsonValue RealtimeDatabase::value(const DatabasePath &path, const DatabaseQuery &query) const
+{
+    return query.isDefault() ? cachedValue(path, query, QByteArray())
+                             : cachedValue(path, query, query.cacheKey());
+}
+
+QByteArray RealtimeDatabase::encodedValue(const DatabasePath &path, const DatabaseQuery &query) const
+{
+    const QByteArray queryKey = query.isDefault() ? QByteArray() : query.cacheKey();
+    const auto key = qMakePair(path.keys(), queryKey);
+    auto it = m_reads.find(key);
+    if (it != m_reads.end() && !it->text.isNull())
+        return it->text;
+    const QByteArray text = JsonCodec::encode(cachedValue(path, query, queryKey));
+    it = m_reads.find(key); // kept by cachedValue() unless too big
+    if (it != m_reads.end() && m_readsSize + text.size() <= kMaxCachedReads) {
+        it->text = text;
+        it->size += text.size();
+        m_readsSize += text.size();
+    }
+    return text;
+}
+
+QJsonValue RealtimeDatabase::cachedValue(const DatabasePath &path,
+                                         const DatabaseQuery &query,
+                                         const QByteArray &queryKey) const
+{
+    const auto key = qMakePair(path.keys(), queryKey);
+    const auto it = m_reads.constFind(key);
+    if (it != m_reads.constEnd())
+        return it->value;
+    const Node *node = find(path);
+    if (!node || node->size > kMaxCachedReads / 2)
+        return query.apply(node ? node->toJson() : QJsonValue());
+    const QJsonValue result = queryKey.isEmpty()
+                                  ? node->toJson()
+                                  : query.apply(cachedValue(path, DatabaseQuery(), QByteArray()));
+    if (m_readsSize + node->size > kMaxCachedReads || m_reads.size() >= 64)
+        forgetReads(DatabasePath());
+    m_reads.insert(key, {result, QByteArray(), node->size});
+    m_readsSize += node->size;
+    return result;
+}
+
+void RealtimeDatabase::forgetReads(const DatabasePath &path) const
+{
+    if (path.isRoot()) {
+        m_reads.clear();
+        m_readsSize = 0;
+        return;
+    }
+    for (auto it = m_reads.begin(); it != m_reads.end();) {
+        if (path.overlaps(DatabasePath(it.key().first))) {
+            m_readsSize -= it->size;
+            it = m_reads.erase(it);
+        } else {
+            ++it;
+        }
+    }
+}
 
 RealtimeDatabase::RealtimeDatabase(QObject *parent)
     : QObject(parent)
@@ -510,6 +545,7 @@ bool RealtimeDatabase::set(const DatabasePath &path, const QJsonValue &prepared,
     const Node *old = find(path);
     if (!fits((node ? node->size : 0) - (old ? old->size : 0), error))
         return false;
+    forgetReads(path);
     place(path, std::move(node));
     notifyPut(path);
     emit changed();
@@ -532,6 +568,8 @@ bool RealtimeDatabase::merge(const DatabasePath &path,
     }
     if (!fits(growth, error))
         return false;
+    for (const MergeChild &child : children)
+        forgetReads(path.child(child.relative));
     for (int i = 0; i < children.size(); ++i)
         place(path.child(children.at(i).relative), std::move(nodes[i]));
     notifyMerge(path, children);
@@ -543,6 +581,7 @@ void RealtimeDatabase::replaceRoot(const QJsonValue &root)
 {
     auto node = Node::fromJson(root);
     m_root = node ? std::move(node) : std::make_shared<Node>();
+    forgetReads(DatabasePath());
 }
 
 void RealtimeDatabase::addListener(DatabaseObserver *observer,
@@ -563,7 +602,8 @@ void RealtimeDatabase::addListener(DatabaseObserver *observer,
             return;
         }
     }
-    node->entries.append({observer, tag, query, query.cacheKey()});
+    node->entries.append(
+        {observer, tag, query, query.isDefault() ? QByteArray() : query.cacheKey()});
     ++m_listenerCount;
 }
 
@@ -603,7 +643,7 @@ void RealtimeDatabase::sendTagged(const ListenEntry &entry,
         DatabaseEvent event;
         event.kind = DatabaseEvent::Kind::Put;
         event.path = at;
-        event.data = entry.query.apply(cache.value(at));
+        event.data = cachedValue(at, entry.query, entry.queryKey);
         it = cache.filtered.insert(key, event);
     }
     it->tag = entry.tag;
@@ -616,7 +656,7 @@ void RealtimeDatabase::notifyPut(const DatabasePath &path)
 {
     if (m_listenerCount == 0)
         return;
-    NotifyCache cache{this, {}, {}};
+    NotifyCache cache{this, {}};
     ObserverSet served;
     DatabaseEvent event;
     bool eventReady = false;
@@ -633,7 +673,7 @@ void RealtimeDatabase::notifyPut(const DatabasePath &path)
             if (!eventReady) {
                 event.kind = DatabaseEvent::Kind::Put;
                 event.path = path;
-                event.data = value(path);
+                event.data = cache.value(path);
                 eventReady = true;
             }
             entry.observer->databaseEvent(event);
@@ -669,7 +709,7 @@ void RealtimeDatabase::putToDescendants(const ListenNode *node,
         if (!eventReady) {
             event.kind = DatabaseEvent::Kind::Put;
             event.path = at;
-            event.data = value(at);
+            event.data = cache.value(at);
             eventReady = true;
         }
         entry.observer->databaseEvent(event);
@@ -684,7 +724,7 @@ void RealtimeDatabase::notifyMerge(const DatabasePath &path, const QVector<Merge
 {
     if (m_listenerCount == 0)
         return;
-    NotifyCache cache{this, {}, {}};
+    NotifyCache cache{this, {}};
     ObserverSet served;
     DatabaseEvent event;
     bool eventReady = false;
@@ -761,7 +801,7 @@ void RealtimeDatabase::mergeToDescendants(const ListenNode *node,
             event.path = at;
             if (replaced) {
                 event.kind = DatabaseEvent::Kind::Put;
-                event.data = value(at);
+                event.data = cache.value(at);
             } else {
                 QJsonObject data;
                 for (const DatabasePath &target : qAsConst(below))

@@ -4,6 +4,7 @@
 #include "local/databasequery.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QObject>
@@ -69,6 +70,12 @@ public:
     static QByteArray encode(const Snapshot &snapshot);
 
     QJsonValue value(const DatabasePath &path) const;
+    // The filtered value at path, kept until the next change: a thousand listens of one
+    // location at once cost one walk of the tree and one filter.
+    QJsonValue value(const DatabasePath &path, const DatabaseQuery &query) const;
+    // The same as JSON text, kept likewise: the answers to a client that asks for one big value
+    // again and again cost one encoding.
+    QByteArray encodedValue(const DatabasePath &path, const DatabaseQuery &query) const;
     // Each child object replaced by true, as REST's shallow=true reads.
     QJsonValue shallowValue(const DatabasePath &path) const;
     // The hash clients compare for conditional writes; empty for no data.
@@ -127,6 +134,11 @@ private:
     const Node *find(const DatabasePath &path) const;
     void place(const DatabasePath &path, std::shared_ptr<Node> node);
     bool fits(qint64 growth, QString *error) const;
+    // Drops the kept reads a write at path changes; the root drops all.
+    void forgetReads(const DatabasePath &path) const;
+    QJsonValue cachedValue(const DatabasePath &path,
+                           const DatabaseQuery &query,
+                           const QByteArray &queryKey) const;
     bool normalize(const DatabasePath &at,
                    const QJsonValue &raw,
                    qint64 nowMs,
@@ -150,6 +162,15 @@ private:
 
     std::shared_ptr<Node> m_root;
     qint64 m_maxSize = 512 * 1024 * 1024;
+    struct Read
+    {
+        QJsonValue value;
+        QByteArray text; // its JSON, once asked for
+        qint64 size = 0;
+    };
+    // Reads kept until a write changes them, by path and query.
+    mutable QHash<QPair<QStringList, QByteArray>, Read> m_reads;
+    mutable qint64 m_readsSize = 0;
     std::unique_ptr<ListenNode> m_listeners;
     int m_listenerCount = 0;
 };

@@ -44,7 +44,18 @@ bool parsePath(const QJsonObject &body, DatabasePath *path)
 
 QByteArray encode(const QJsonObject &message)
 {
-    return QJsonDocument(message).toJson(QJsonDocument::Compact);
+    return JsonCodec::encode(message);
+}
+
+// A data push around a value that is JSON text already: shared text goes in as it is.
+QByteArray dataPush(const DatabasePath &path, const QByteArray &data, qint64 tag)
+{
+    QByteArray text = "{\"t\":\"d\",\"d\":{\"a\":\"d\",\"b\":{\"p\":";
+    JsonCodec::appendString(text, path.toWireString());
+    text += ",\"d\":" + data;
+    if (tag >= 0)
+        text += ",\"t\":" + QByteArray::number(tag);
+    return text + "}}}";
 }
 
 } // namespace
@@ -106,19 +117,29 @@ QByteArray RealtimeSession::encodeFrames(const QByteArray &json)
     // UTF-8 never has fewer bytes than UTF-16 has code units, so short messages need no count.
     if (json.size() <= maxFrameChars)
         return WebSocketConnection::textFrame(json);
-    const QString text = QString::fromUtf8(json);
-    if (text.size() <= maxFrameChars)
-        return WebSocketConnection::textFrame(json);
+    // Pieces of at most maxFrameChars UTF-16 code units, counted on the UTF-8 bytes: a
+    // character of four bytes is two units, a surrogate pair, which stays in one piece.
     QVector<QByteArray> pieces;
-    for (int start = 0; start < text.size();) {
-        int length = qMin(maxFrameChars, text.size() - start);
-        // Never cut a surrogate pair in two.
-        if (start + length < text.size() && text.at(start + length - 1).isHighSurrogate())
-            --length;
-        pieces.append(text.mid(start, length).toUtf8());
-        start += length;
+    const auto *bytes = reinterpret_cast<const uchar *>(json.constData());
+    int start = 0;
+    int units = 0;
+    for (int i = 0; i < json.size(); ++i) {
+        const uchar c = bytes[i];
+        if ((c & 0xc0) == 0x80)
+            continue; // inside a character
+        const int width = c >= 0xf0 ? 2 : 1;
+        if (units + width > maxFrameChars) {
+            pieces.append(json.mid(start, i - start));
+            start = i;
+            units = 0;
+        }
+        units += width;
     }
+    if (pieces.isEmpty())
+        return WebSocketConnection::textFrame(json);
+    pieces.append(json.mid(start));
     QByteArray frames = WebSocketConnection::textFrame(QByteArray::number(pieces.size()));
+    frames.reserve(json.size() + 14 * pieces.size() + 16);
     for (const QByteArray &piece : qAsConst(pieces))
         frames += WebSocketConnection::textFrame(piece);
     return frames;
@@ -169,10 +190,7 @@ void RealtimeSession::databaseEvent(const DatabaseEvent &event)
         // tag differs.
         if (event.encodedData.isNull())
             event.encodedData = JsonCodec::encode(event.data);
-        frames = encodeFrames("{\"t\":\"d\",\"d\":{\"a\":\"d\",\"b\":{\"p\":"
-                              + JsonCodec::encode(event.path.toWireString())
-                              + ",\"d\":" + event.encodedData
-                              + ",\"t\":" + QByteArray::number(event.tag) + "}}}");
+        frames = encodeFrames(dataPush(event.path, event.encodedData, event.tag));
     } else {
         const QJsonObject body{{"p", event.path.toWireString()}, {"d", event.data}};
         const QString action = event.kind == DatabaseEvent::Kind::Put ? QStringLiteral("d")
@@ -237,6 +255,7 @@ void RealtimeSession::handleRequest(const QJsonValue &requestId,
                                     const QJsonObject &body)
 {
     QJsonObject answer;
+    QByteArray data; // the answer's value as JSON text, for a get
     if (action == QLatin1String("q"))
         answer = listen(body);
     else if (action == QLatin1String("n"))
@@ -246,7 +265,7 @@ void RealtimeSession::handleRequest(const QJsonValue &requestId,
     else if (action == QLatin1String("m"))
         answer = merge(body);
     else if (action == QLatin1String("g"))
-        answer = get(body);
+        answer = get(body, &data);
     else if (action == QLatin1String("auth") || action == QLatin1String("gauth"))
         answer = authenticate(body);
     else if (action == QLatin1String("unauth"))
@@ -264,7 +283,13 @@ void RealtimeSession::handleRequest(const QJsonValue &requestId,
         answer = failure(QStringLiteral("invalid_request"), QStringLiteral("Unknown action"));
     if (requestId.isUndefined() || requestId.isNull() || m_closed)
         return;
-    sendJson(QJsonObject{{"t", "d"}, {"d", QJsonObject{{"r", requestId}, {"b", answer}}}});
+    if (data.isNull()) {
+        sendJson(QJsonObject{{"t", "d"}, {"d", QJsonObject{{"r", requestId}, {"b", answer}}}});
+        return;
+    }
+    sendFrames(encodeFrames("{\"t\":\"d\",\"d\":{\"r\":" + JsonCodec::encode(requestId)
+                            + ",\"b\":{\"s\":\"ok\",\"d\":" + data + "}}}"),
+               false);
 }
 
 QJsonObject RealtimeSession::authenticate(const QJsonObject &body)
@@ -361,11 +386,8 @@ QJsonObject RealtimeSession::listen(const QJsonObject &body)
     m_listens.insert({path, tag});
 
     // The first push carries the whole value, null included.
-    QJsonObject push{{"p", path.toWireString()},
-                     {"d", query.apply(m_context.database->value(path))}};
-    if (tag >= 0)
-        push.insert(QStringLiteral("t"), tag);
-    sendJson(QJsonObject{{"t", "d"}, {"d", QJsonObject{{"a", "d"}, {"b", push}}}});
+    sendFrames(encodeFrames(dataPush(path, m_context.database->encodedValue(path, query), tag)),
+               false);
     return ok(QJsonObject());
 }
 
@@ -434,7 +456,7 @@ QJsonObject RealtimeSession::merge(const QJsonObject &body)
     return ok();
 }
 
-QJsonObject RealtimeSession::get(const QJsonObject &body)
+QJsonObject RealtimeSession::get(const QJsonObject &body, QByteArray *data)
 {
     DatabasePath path;
     if (!parsePath(body, &path))
@@ -442,7 +464,8 @@ QJsonObject RealtimeSession::get(const QJsonObject &body)
     if (!m_auth.canAccess(path))
         return permissionDenied();
     const DatabaseQuery query = DatabaseQuery::fromWire(body.value(QLatin1String("q")).toObject());
-    return ok(query.apply(m_context.database->value(path)));
+    *data = m_context.database->encodedValue(path, query);
+    return ok();
 }
 
 QJsonObject RealtimeSession::onDisconnect(const QJsonObject &body, bool merge)

@@ -98,7 +98,7 @@ private:
     QJsonObject unlisten(const QJsonObject &body);
     QJsonObject put(const QJsonObject &body);
     QJsonObject merge(const QJsonObject &body);
-    QJsonObject get(const QJsonObject &body);
+    QJsonObject get(const QJsonObject &body, QByteArray *data);
     QJsonObject onDisconnect(const QJsonObject &body, bool merge);
     QJsonObject cancelOnDisconnect(const QJsonObject &body);
 

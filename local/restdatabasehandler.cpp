@@ -155,12 +155,17 @@ HttpResponse RestDatabaseHandler::read(const HttpRequest &request,
                      QStringLiteral("Mixing 'shallow' and querying parameters is not supported"));
 
     const QString print = request.queryItem(QStringLiteral("print"));
-    HttpResponse response = print == QLatin1String("silent")
-                                ? HttpResponse(204)
-                                : HttpResponse::json(200,
-                                                     shallow ? m_database->shallowValue(path)
-                                                             : query.apply(m_database->value(path)),
-                                                     print == QLatin1String("pretty"));
+    HttpResponse response(204);
+    if (print == QLatin1String("pretty"))
+        response = HttpResponse::json(200,
+                                      shallow ? m_database->shallowValue(path)
+                                              : m_database->value(path, query),
+                                      true);
+    else if (print != QLatin1String("silent"))
+        response = HttpResponse::jsonText(200,
+                                          shallow
+                                              ? JsonCodec::encode(m_database->shallowValue(path))
+                                              : m_database->encodedValue(path, query));
     if (request.header("x-firebase-etag") == "true")
         response.setHeader("ETag", etag(path));
     return response;

@@ -1,10 +1,11 @@
 #include "local/websocketconnection.h"
 
-#include "local/socketoutput.h"
+#include "local/socketflow.h"
 #include "local/tcpquickack.h"
 #include "local/writebatcher.h"
 
 #include <QCryptographicHash>
+#include <QElapsedTimer>
 #include <QTcpSocket>
 #include <QtEndian>
 
@@ -63,7 +64,7 @@ WebSocketConnection::WebSocketConnection(QTcpSocket *socket,
     m_closeTimer.setSingleShot(true);
     connect(&m_closeTimer, &QTimer::timeout, this, &WebSocketConnection::abort);
     m_stallTimer.setSingleShot(true);
-    m_stallTimer.setInterval(30 * 1000);
+    m_stallTimer.setInterval(10 * 1000);
     connect(&m_stallTimer, &QTimer::timeout, this, &WebSocketConnection::abort);
     m_idleTimer.setSingleShot(true);
     connect(&m_idleTimer, &QTimer::timeout, this, [this] { close(1001, "Idle connection"); });
@@ -162,6 +163,7 @@ void WebSocketConnection::holdInput()
     if (m_inputHeld)
         return;
     m_inputHeld = true;
+    m_stalledAt = unsentBytes();
     m_stallTimer.start();
 }
 
@@ -169,9 +171,12 @@ void WebSocketConnection::onOutputProgress()
 {
     if (!m_inputHeld || !m_open)
         return;
-    // A slow reader is not a stalled one: the clock only runs while nothing moves.
-    if (unsentBytes() > m_maxUnsent) {
-        m_stallTimer.start();
+    // A slow reader is not a stalled one: the clock starts again whenever output leaves.
+    const qint64 unsent = unsentBytes();
+    if (unsent > m_maxUnsent) {
+        if (unsent < m_stalledAt)
+            m_stallTimer.start();
+        m_stalledAt = unsent;
         return;
     }
     m_inputHeld = false;
@@ -292,19 +297,33 @@ void WebSocketConnection::onDisconnected()
 
 void WebSocketConnection::onReadyRead()
 {
-    if (!m_open || m_inputHeld)
+    if (!m_open || m_inputHeld || m_yielded)
         return;
+    // More bytes only once the messages already here are handled.
+    if (m_backlog) {
+        processBuffer();
+        if (m_backlog || !m_open)
+            return;
+    }
     m_buffer.append(m_socket->readAll());
     processBuffer();
 }
 
 void WebSocketConnection::processBuffer()
 {
+    QElapsedTimer turn;
+    turn.start();
     int offset = 0;
-    while (m_open && !m_inputHeld) {
+    bool stopped = false;
+    while (m_open) {
         const int available = m_buffer.size() - offset;
         if (available < 2)
             break;
+        // Over the output limit, or long enough on this client: the rest waits.
+        if (m_inputHeld || (offset > 0 && turn.elapsed() >= kInputTurnMs)) {
+            stopped = true;
+            break;
+        }
         const auto *data = reinterpret_cast<const uchar *>(m_buffer.constData() + offset);
         const bool fin = data[0] & 0x80;
         const int opcode = data[0] & 0x0f;
@@ -355,6 +374,17 @@ void WebSocketConnection::processBuffer()
     }
     if (offset > 0)
         m_buffer.remove(0, offset);
+    m_backlog = stopped;
+    if (stopped && !m_inputHeld) {
+        m_yielded = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                m_yielded = false;
+                onReadyRead();
+            },
+            Qt::QueuedConnection);
+    }
     if (!m_buffer.isEmpty())
         acknowledgeReceivedNow(m_socket); // the rest of the frame is waiting for our ACK
 }

@@ -73,9 +73,12 @@ private:
     bool m_closeSent = false;
     bool m_closedEmitted = false;
     qint64 m_maxMessageSize = 64 * 1024 * 1024;
-    qint64 m_maxUnsent = 16 * 1024 * 1024;
+    qint64 m_maxUnsent = 4 * 1024 * 1024;
     qint64 m_overflow = 0; // pushes queued above m_maxUnsent
     bool m_inputHeld = false;
+    qint64 m_stalledAt = 0; // unsent bytes when output was last seen to move
+    bool m_yielded = false; // a turn is over; the rest of the input waits for the next
+    bool m_backlog = false; // the buffer may hold complete frames not handled yet
     QTimer m_stallTimer;
     int m_idleTimeoutMs = 0;
     QTimer m_idleTimer;

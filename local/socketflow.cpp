@@ -1,4 +1,4 @@
-#include "local/socketoutput.h"
+#include "local/socketflow.h"
 
 #include <QSslSocket>
 
