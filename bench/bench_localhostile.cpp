@@ -8,7 +8,8 @@
 // listens per connection filtering a 200 KB list that a writer keeps changing, and a database
 // big enough that saving it takes time.
 //
-// usage: bench_localhostile [--seconds S] [--program PATH]
+// usage: bench_localhostile [--seconds S] [--program PATH] [--leave-out PART,...]
+// PART: anonymous, unread, frames, tagged (to see what each costs a service without a defence).
 // The service runs as its own process so that its memory is its own; all traffic is loopback.
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -235,15 +236,16 @@ private:
 class Flood : public QObject
 {
 public:
-    explicit Flood(const Target &target)
+    Flood(const Target &target, const QStringList &leftOut)
         : m_target(target)
+        , m_leftOut(leftOut)
     {}
 
     void start()
     {
         // A thousand tagged listens per connection on the list, read and thrown away, and a
         // writer that changes one entry of the list ten times a second.
-        for (int connection = 0; connection < 2; ++connection) {
+        for (int connection = 0; connection < 2 && !m_leftOut.contains("tagged"); ++connection) {
             QByteArray listens = kUpgrade + authFrame(m_target);
             for (int tag = 1; tag <= 1000; ++tag) {
                 const QJsonObject query{{"i", ".key"}, {"l", 1}, {"vf", "r"}};
@@ -267,9 +269,9 @@ public:
         listTicker->start(100);
 
         // Sockets that never authenticate, or never finish a frame they announced as 64 MiB.
-        for (int i = 0; i < 20; ++i)
+        for (int i = 0; i < 20 && !m_leftOut.contains("frames"); ++i)
             sendWhenEncrypted(connectTo(m_target, this, false), kUpgrade);
-        for (int i = 0; i < 4; ++i) {
+        for (int i = 0; i < 4 && !m_leftOut.contains("frames"); ++i) {
             QSslSocket *socket = connectTo(m_target, this, false);
             sendWhenEncrypted(socket,
                               kUpgrade + QByteArray("\x81\xff\0\0\0\0\x04\0\0\0", 10)
@@ -288,18 +290,12 @@ private:
     {
         ++m_second;
         // Without a token, an 800 KB array of zeros.
-        QSslSocket *anonymous = connectTo(m_target, this, true);
-        const QByteArray zeros = "{\"zeros\":[" + QByteArray("0,").repeated(399999) + "0]}";
-        sendWhenEncrypted(anonymous,
-                          "PATCH " + kAccount.toLatin1() + ".json HTTP/1.1\r\nHost: x\r\n"
-                              + "Content-Length: " + QByteArray::number(zeros.size())
-                              + "\r\nConnection: close\r\n\r\n" + zeros);
-        connect(anonymous, &QSslSocket::readyRead, anonymous, [anonymous] { anonymous->readAll(); });
-        connect(anonymous, &QSslSocket::disconnected, anonymous, &QObject::deleteLater);
+        if (!m_leftOut.contains("anonymous"))
+            sendAnonymous();
 
         // Every tenth second, readers that never read: websocket gets and pipelined GETs of
         // the 5 MB value, a hundred each. The service cuts them; new ones take their place.
-        if (m_second % 10 == 1) {
+        if (m_second % 10 == 1 && !m_leftOut.contains("unread")) {
             QByteArray gets = kUpgrade + authFrame(m_target);
             for (int i = 0; i < 100; ++i)
                 gets += request(i + 2, "g", {{"p", at("/big")}});
@@ -317,7 +313,20 @@ private:
         }
     }
 
+    void sendAnonymous()
+    {
+        QSslSocket *anonymous = connectTo(m_target, this, true);
+        const QByteArray zeros = "{\"zeros\":[" + QByteArray("0,").repeated(399999) + "0]}";
+        sendWhenEncrypted(anonymous,
+                          "PATCH " + kAccount.toLatin1() + ".json HTTP/1.1\r\nHost: x\r\n"
+                              + "Content-Length: " + QByteArray::number(zeros.size())
+                              + "\r\nConnection: close\r\n\r\n" + zeros);
+        connect(anonymous, &QSslSocket::readyRead, anonymous, [anonymous] { anonymous->readAll(); });
+        connect(anonymous, &QSslSocket::disconnected, anonymous, &QObject::deleteLater);
+    }
+
     Target m_target;
+    QStringList m_leftOut;
     QSslSocket *m_listWriter = nullptr;
     std::vector<QSslSocket *> m_trickles;
     int m_writes = 0;
@@ -384,7 +393,10 @@ int main(int argc, char *argv[])
                                            "The tallyra-local executable.",
                                            "PATH",
                                            QStringLiteral(TALLYRA_LOCAL_PROGRAM));
-    parser.addOptions({secondsOption, programOption});
+    const QCommandLineOption leaveOutOption("leave-out",
+                                            "Parts of the flood to leave out.",
+                                            "PART,...");
+    parser.addOptions({secondsOption, programOption, leaveOutOption});
     parser.process(app);
     const int seconds = qBound(1, parser.value(secondsOption).toInt(), 120);
     const QString program = parser.value(programOption);
@@ -441,7 +453,7 @@ int main(int argc, char *argv[])
     victimThread.start();
     runFor(1000);
 
-    Flood flood(target);
+    Flood flood(target, parser.value(leaveOutOption).split(',', Qt::SkipEmptyParts));
     flood.start();
     runFor(3000); // the flood gets going
     QMetaObject::invokeMethod(victim, [victim] { victim->setMeasuring(true); });
