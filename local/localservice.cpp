@@ -71,7 +71,7 @@ bool LocalService::prepareTokens(QString *error)
     const QByteArray secret = TokenIssuer::loadOrCreateSecret(secretFile, error);
     if (secret.isEmpty())
         return false;
-    m_tokens = std::make_unique<TokenIssuer>(secret, m_options.databaseNamespace);
+    m_tokens = std::make_unique<TokenIssuer>(secret, m_options.databaseNamespace, &m_clock);
     m_tokens->setIdTokenLifetime(m_options.tokenLifetime);
     return true;
 }

@@ -85,6 +85,8 @@ public:
     // Skips the exchange: the ID token and refresh token a sign-in would give.
     TokenIssuer::Grant signIn(qint64 serviceId, qint64 accountId, const QString &userKey) const;
     void setTokenLifetime(int seconds);
+    // What the service takes for now; tests move it forward.
+    ServiceClock *clock() { return &m_clock; }
     // For connections opened from now on.
     void setConnectionSettings(const HttpConnection::Settings &settings);
     void setRealtimeLimits(const RealtimeSession::Limits &limits);
@@ -113,6 +115,7 @@ private:
 
     Options m_options;
     QHostAddress m_address;
+    ServiceClock m_clock;
     std::unique_ptr<TokenIssuer> m_tokens;
     std::unique_ptr<TlsCertificates> m_certificates;
     std::unique_ptr<PushIdGenerator> m_pushIds;

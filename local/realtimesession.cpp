@@ -75,8 +75,12 @@ RealtimeSession::RealtimeSession(WebSocketConnection *socket,
     connect(&m_authDeadline, &QTimer::timeout, this, [this] {
         m_socket->close(1008, "Not authenticated");
     });
+    // Precise, and checked against the clock when it fires: a timer that fires early re-arms
+    // instead of revoking a token the checks still accept.
     m_authTimer.setSingleShot(true);
-    connect(&m_authTimer, &QTimer::timeout, this, &RealtimeSession::onAuthExpired);
+    m_authTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_authTimer, &QTimer::timeout, this, &RealtimeSession::checkAuthExpiry);
+    connect(clock(), &ServiceClock::advanced, this, &RealtimeSession::checkAuthExpiry);
     m_delayTimer.setSingleShot(true);
     connect(&m_delayTimer, &QTimer::timeout, this, &RealtimeSession::flushDelayed);
     m_clock.start();
@@ -99,7 +103,7 @@ RealtimeSession::~RealtimeSession()
 void RealtimeSession::start()
 {
     m_authDeadline.start(m_context.limits.authTimeoutMs);
-    const QJsonObject handshake{{"ts", QDateTime::currentMSecsSinceEpoch()},
+    const QJsonObject handshake{{"ts", clock()->nowMs()},
                                 {"v", "5"},
                                 {"h", m_host},
                                 {"s", newSessionId()}};
@@ -244,6 +248,8 @@ void RealtimeSession::handleMessage(const QByteArray &text)
         return;
     }
     if (type == QLatin1String("d")) {
+        // Whatever the timer did, a request after the expiry instant meets an expired session.
+        checkAuthExpiry();
         handleRequest(data.value(QLatin1String("r")),
                       data.value(QLatin1String("a")).toString(),
                       data.value(QLatin1String("b")).toObject());
@@ -326,10 +332,8 @@ void RealtimeSession::setAuth(const AuthIdentity &auth)
 {
     m_auth = auth;
     m_authTimer.stop();
-    if (auth.isAuthenticated() && auth.expiresAt() > 0) {
-        const qint64 remaining = auth.expiresAt() * 1000 - QDateTime::currentMSecsSinceEpoch();
-        m_authTimer.start(int(qBound<qint64>(0, remaining, 24 * 3600 * 1000)));
-    }
+    if (auth.isAuthenticated() && auth.expiresAt() > 0)
+        armAuthTimer();
     if (auth.isAuthenticated())
         m_authDeadline.stop();
     m_socket->setMaxMessageSize(maxMessageBytes());
@@ -340,6 +344,28 @@ qint64 RealtimeSession::maxMessageBytes() const
 {
     return m_auth.isAuthenticated() ? m_context.limits.maxMessageBytes
                                     : m_context.limits.maxUnauthenticatedMessageBytes;
+}
+
+const ServiceClock *RealtimeSession::clock() const
+{
+    return m_context.tokens ? m_context.tokens->clock() : ServiceClock::system();
+}
+
+void RealtimeSession::armAuthTimer()
+{
+    // Long lifetimes are rechecked once a day rather than overflowing the timer.
+    m_authTimer.start(
+        int(qBound<qint64>(1, clock()->msUntil(m_auth.expiresAt()), 24 * 3600 * 1000)));
+}
+
+void RealtimeSession::checkAuthExpiry()
+{
+    if (m_closed || !m_auth.isAuthenticated() || m_auth.expiresAt() <= 0)
+        return;
+    if (clock()->isExpired(m_auth.expiresAt()))
+        onAuthExpired();
+    else
+        armAuthTimer();
 }
 
 void RealtimeSession::onAuthExpired()
@@ -419,7 +445,7 @@ QJsonObject RealtimeSession::put(const QJsonObject &body)
     QString error;
     if (!m_context.database->prepareValue(path,
                                           body.value(QLatin1String("d")),
-                                          QDateTime::currentMSecsSinceEpoch(),
+                                          clock()->nowMs(),
                                           &prepared,
                                           &error))
         return failure(QStringLiteral("invalid_data"), error);
@@ -441,11 +467,7 @@ QJsonObject RealtimeSession::merge(const QJsonObject &body)
         return permissionDenied();
     QVector<RealtimeDatabase::MergeChild> children;
     QString error;
-    if (!m_context.database->prepareMerge(path,
-                                          data.toObject(),
-                                          QDateTime::currentMSecsSinceEpoch(),
-                                          &children,
-                                          &error))
+    if (!m_context.database->prepareMerge(path, data.toObject(), clock()->nowMs(), &children, &error))
         return failure(QStringLiteral("invalid_data"), error);
     for (const auto &child : qAsConst(children)) {
         if (!m_auth.canAccess(path.child(child.relative)))
@@ -475,7 +497,7 @@ QJsonObject RealtimeSession::onDisconnect(const QJsonObject &body, bool merge)
         return failure(QStringLiteral("invalid_path"), QStringLiteral("Invalid path"));
     const QJsonValue data = body.value(QLatin1String("d"));
     QString error;
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const qint64 now = clock()->nowMs();
     if (merge) {
         if (data.isObject() && !m_auth.canAccessUpdate(path, data.toObject()))
             return permissionDenied();
@@ -515,7 +537,7 @@ QJsonObject RealtimeSession::cancelOnDisconnect(const QJsonObject &body)
 
 void RealtimeSession::runDisconnectWrites()
 {
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const qint64 now = clock()->nowMs();
     for (const DisconnectWrite &write : qAsConst(m_disconnectWrites)) {
         QString error;
         if (write.merge) {

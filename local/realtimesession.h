@@ -10,6 +10,8 @@
 #include <QSet>
 #include <QTimer>
 
+class ServiceClock;
+
 class FaultInjector;
 class TokenIssuer;
 class WebSocketConnection;
@@ -103,6 +105,9 @@ private:
     QJsonObject cancelOnDisconnect(const QJsonObject &body);
 
     void setAuth(const AuthIdentity &auth);
+    const ServiceClock *clock() const;
+    void armAuthTimer();
+    void checkAuthExpiry();
     void onAuthExpired();
     qint64 maxMessageBytes() const;
     // Cancels the listens the current auth no longer allows, telling the client.

@@ -179,7 +179,7 @@ HttpResponse RestDatabaseHandler::write(const HttpRequest &request,
     // Nobody without a token may write anywhere: refused before the body is even parsed.
     if (!auth.isAuthenticated())
         return permissionDenied();
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const qint64 now = m_tokens->clock()->nowMs();
     const bool silent = request.queryItem(QStringLiteral("print")) == QLatin1String("silent");
     const bool pretty = request.queryItem(QStringLiteral("print")) == QLatin1String("pretty");
 

@@ -43,15 +43,13 @@ QByteArray fromBase64Url(const QByteArray &text, bool *ok)
     return QByteArray::fromBase64(text, QByteArray::Base64UrlEncoding);
 }
 
-qint64 now()
-{
-    return QDateTime::currentSecsSinceEpoch();
-}
-
 } // namespace
 
-TokenIssuer::TokenIssuer(const QByteArray &secret, const QString &projectId)
-    : m_customKey(hmac(secret, "custom-token"))
+TokenIssuer::TokenIssuer(const QByteArray &secret,
+                         const QString &projectId,
+                         const ServiceClock *clock)
+    : m_clock(clock ? clock : ServiceClock::system())
+    , m_customKey(hmac(secret, "custom-token"))
     , m_idKey(hmac(secret, "id-token"))
     , m_refreshKey(hmac(secret, "refresh-token"))
     , m_projectId(projectId)
@@ -140,16 +138,17 @@ bool TokenIssuer::decode(const QByteArray &token,
 QByteArray TokenIssuer::mintCustomToken(qint64 serviceId,
                                         qint64 accountId,
                                         const QString &userKey,
-                                        qint64 issuedAt) const
+                                        qint64 issuedAt,
+                                        qint64 lifetime) const
 {
     if (issuedAt < 0)
-        issuedAt = now();
+        issuedAt = m_clock->nowSecs();
     const QJsonObject claims{
         {"iss", kIssuer},
         {"sub", kIssuer},
         {"aud", kCustomAudience},
         {"iat", issuedAt},
-        {"exp", issuedAt + customTokenLifetime},
+        {"exp", issuedAt + lifetime},
         {"uid", userKey},
         {"claims", QJsonObject{{"service_id", serviceId}, {"account_id", accountId}}},
     };
@@ -172,7 +171,7 @@ TokenIssuer::Check TokenIssuer::verifyCustomToken(const QByteArray &token) const
         return check;
     }
     const qint64 expiresAt = qint64(claims.value(QLatin1String("exp")).toDouble());
-    if (expiresAt <= now()) {
+    if (m_clock->isExpired(expiresAt)) {
         check.verdict = Verdict::Expired;
         check.reason = QStringLiteral("Token expired.");
         return check;
@@ -190,7 +189,7 @@ QByteArray TokenIssuer::issueIdToken(const QString &uid,
                                      const QJsonValue &accountId,
                                      qint64 authTime) const
 {
-    const qint64 issuedAt = now();
+    const qint64 issuedAt = m_clock->nowSecs();
     const QJsonObject claims{
         {"iss", QString(kIssuer + QLatin1Char('/') + m_projectId)},
         {"aud", m_projectId},
@@ -209,7 +208,7 @@ QByteArray TokenIssuer::issueIdToken(const QString &uid,
 
 TokenIssuer::Grant TokenIssuer::signIn(const AuthIdentity &identity) const
 {
-    const qint64 authTime = now();
+    const qint64 authTime = m_clock->nowSecs();
     const QJsonObject &claims = identity.claims();
     Grant grant;
     grant.uid = identity.uid();
@@ -290,7 +289,8 @@ TokenIssuer::Check TokenIssuer::verifyIdToken(const QByteArray &token,
         check.identity = identityFromClaims(claims, 0);
         return check;
     }
-    const qint64 current = now();
+    const qint64 nowMs = m_clock->nowMs();
+    const qint64 current = nowMs / 1000;
     const QJsonValue exp = claims.value(QLatin1String("exp"));
     const qint64 expiresAt = exp.isDouble() ? qint64(exp.toDouble()) : 0;
     if (expiresAt == 0) {
@@ -301,7 +301,7 @@ TokenIssuer::Check TokenIssuer::verifyIdToken(const QByteArray &token,
         check.reason = QStringLiteral("Invalid claim 'iat' in auth token.");
         return check;
     }
-    if (expiresAt <= current) {
+    if (ServiceClock::isExpired(expiresAt, nowMs)) {
         check.verdict = Verdict::Expired;
         check.reason = QStringLiteral("Auth token is expired.");
         return check;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "local/authidentity.h"
+#include "local/serviceclock.h"
 
 #include <QByteArray>
 #include <QJsonObject>
@@ -31,7 +32,10 @@ public:
 
     static constexpr int customTokenLifetime = 3600;
 
-    TokenIssuer(const QByteArray &secret, const QString &projectId);
+    // clock: the service's, which every expiry check reads; nullptr for the system's.
+    TokenIssuer(const QByteArray &secret,
+                const QString &projectId,
+                const ServiceClock *clock = nullptr);
 
     // Reads the secret kept in the file, creating it (owner-only) when absent.
     static QByteArray loadOrCreateSecret(const QString &fileName, QString *error);
@@ -39,12 +43,15 @@ public:
     void setIdTokenLifetime(int seconds) { m_lifetime = qMax(1, seconds); }
     int idTokenLifetime() const { return m_lifetime; }
     QString projectId() const { return m_projectId; }
+    const ServiceClock *clock() const { return m_clock; }
 
-    // issuedAt in seconds since the epoch; -1 for now.
+    // issuedAt in seconds since the epoch; -1 for now. The chat API's session tokens are custom
+    // tokens with a longer lifetime.
     QByteArray mintCustomToken(qint64 serviceId,
                                qint64 accountId,
                                const QString &userKey,
-                               qint64 issuedAt = -1) const;
+                               qint64 issuedAt = -1,
+                               qint64 lifetime = customTokenLifetime) const;
     Check verifyCustomToken(const QByteArray &token) const;
 
     // A new ID token and refresh token for the identity a custom token carried.
@@ -71,6 +78,7 @@ private:
                             qint64 authTime) const;
     static AuthIdentity identityFromClaims(const QJsonObject &claims, qint64 expiresAt);
 
+    const ServiceClock *m_clock;
     QByteArray m_customKey;
     QByteArray m_idKey;
     QByteArray m_refreshKey;

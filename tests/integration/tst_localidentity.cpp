@@ -57,6 +57,7 @@ void TestLocalIdentity::cleanup()
 {
     m_local.service()->faults()->setRefuseTokenRefresh(false);
     m_local.service()->setTokenLifetime(3600);
+    m_local.service()->clock()->reset();
 }
 
 void TestLocalIdentity::exchangeGivesSignedTokensWithTheAccountsClaims()
@@ -266,12 +267,13 @@ void TestLocalIdentity::apiKeyAndBasePathsAreConfigurable()
 
 void TestLocalIdentity::expiredTokensAreRefusedUntilRefreshed()
 {
-    // Two seconds, not one: a token issued late in a second would be expired before its first use.
-    m_local.service()->setTokenLifetime(2);
+    // The service's clock stands still, so the test decides which instant it is.
+    ServiceClock *clock = m_local.service()->clock();
+    clock->freeze();
     const QJsonObject signIn
         = m_rest->exchangeCustomToken(m_local.service()->mintCustomToken(7, 9, "u")).json.toObject();
-    QCOMPARE(signIn.value("expiresIn"), QJsonValue("2"));
     const QString token = signIn.value("idToken").toString();
+    const qint64 expiresAt = qint64(claimsOf(token).value("exp").toDouble());
     const QString chats = "/services/7/accounts/9/chats";
 
     RealtimeClient stream(&m_local);
@@ -280,9 +282,14 @@ void TestLocalIdentity::expiredTokensAreRefusedUntilRefreshed()
     QCOMPARE(stream.listen(chats).value("s").toString(), QString("ok"));
     stream.nextPush();
 
-    // At expiry the stream loses its auth and, with it, the listen.
-    const QJsonObject revoked = stream.nextPush(4000);
-    QCOMPARE(revoked,
+    // A millisecond before the expiry instant the token holds for the stream and for REST alike.
+    clock->advance(expiresAt * 1000 - 1 - clock->nowMs());
+    QCOMPARE(stream.auth(token).value("s").toString(), QString("ok"));
+    QCOMPARE(m_rest->send("GET", chats + ".json?auth=" + token).status, 200);
+
+    // From that instant on it holds nowhere: the stream is told at once and loses the listen.
+    clock->advance(1);
+    QCOMPARE(stream.nextPush(),
              (QJsonObject{{"a", "ac"},
                           {"b",
                            QJsonObject{{"s", "expired_token"}, {"d", "Auth token is expired."}}}}));
@@ -290,12 +297,10 @@ void TestLocalIdentity::expiredTokensAreRefusedUntilRefreshed()
     QCOMPARE(stream.request("p", {{"p", QString(chats + "/a")}, {"d", 1}}).value("s").toString(),
              QString("permission_denied"));
     QCOMPARE(stream.auth(token).value("s").toString(), QString("expired_token"));
-
     const HttpResult expired = m_rest->send("GET", chats + ".json?auth=" + token);
     QCOMPARE(expired.status, 401);
     QCOMPARE(expired.json, QJsonValue(QJsonObject{{"error", "Auth token is expired"}}));
 
-    m_local.service()->setTokenLifetime(3600);
     const QString fresh = m_rest->refresh(signIn.value("refreshToken").toString())
                               .json.toObject()
                               .value("id_token")
