@@ -3,6 +3,7 @@
 #include "local/faultinjector.h"
 #include "local/httpserver.h"
 #include "local/identityendpoints.h"
+#include "local/privatefiles.h"
 #include "local/pushidgenerator.h"
 #include "local/realtimedatabase.h"
 #include "local/realtimesockethandler.h"
@@ -14,7 +15,6 @@
 #include <QDir>
 #include <QHostInfo>
 #include <QJsonObject>
-#include <QSaveFile>
 #include <QUrl>
 
 namespace {
@@ -68,7 +68,8 @@ bool LocalService::prepareTokens(QString *error)
 {
     const QString secretFile = QDir(m_options.dataDirectory)
                                    .absoluteFilePath(QStringLiteral("secret"));
-    const QByteArray secret = TokenIssuer::loadOrCreateSecret(secretFile, error);
+    // --reset starts afresh: tokens signed with the old secret die with the old data.
+    const QByteArray secret = TokenIssuer::loadOrCreateSecret(secretFile, error, m_options.reset);
     if (secret.isEmpty())
         return false;
     m_tokens = std::make_unique<TokenIssuer>(secret, m_options.databaseNamespace, &m_clock);
@@ -78,10 +79,8 @@ bool LocalService::prepareTokens(QString *error)
 
 bool LocalService::start(QString *error)
 {
-    if (m_options.dataDirectory.isEmpty() || !QDir().mkpath(m_options.dataDirectory)) {
-        *error = QStringLiteral("cannot use the data directory \"%1\"").arg(m_options.dataDirectory);
+    if (!PrivateFiles::makeDirectory(m_options.dataDirectory, error))
         return false;
-    }
     if (!resolveAddress(m_options.host, &m_address)) {
         *error = QStringLiteral("cannot resolve %1").arg(m_options.host);
         return false;
@@ -277,13 +276,9 @@ bool LocalService::writeEnvFile(QString *error) const
     };
     if (!m_options.plain)
         lines.append(QStringLiteral("TALLYRA_CA_FILE=") + caFile());
-    QSaveFile file(envFile());
-    const QByteArray text = (lines.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
-        *error = QStringLiteral("cannot write %1: %2").arg(envFile(), file.errorString());
-        return false;
-    }
-    return true;
+    return PrivateFiles::write(envFile(),
+                               (lines.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8(),
+                               error);
 }
 
 QByteArray LocalService::mintCustomToken(qint64 serviceId,
@@ -353,10 +348,8 @@ QByteArray LocalService::mintCustomToken(const QString &dataDirectory,
                                          const QString &userKey,
                                          QString *error)
 {
-    if (!QDir().mkpath(dataDirectory)) {
-        *error = QStringLiteral("cannot use the data directory \"%1\"").arg(dataDirectory);
+    if (!PrivateFiles::makeDirectory(dataDirectory, error))
         return {};
-    }
     const QByteArray secret = TokenIssuer::loadOrCreateSecret(QDir(dataDirectory)
                                                                   .absoluteFilePath(
                                                                       QStringLiteral("secret")),

@@ -10,6 +10,8 @@
 #include <QJsonDocument>
 #include <QRandomGenerator>
 
+#include <cmath>
+
 namespace {
 
 QJsonObject ok(const QJsonValue &data = QString())
@@ -56,6 +58,22 @@ QByteArray dataPush(const DatabasePath &path, const QByteArray &data, qint64 tag
     if (tag >= 0)
         text += ",\"t\":" + QByteArray::number(tag);
     return text + "}}}";
+}
+
+// A listen's tag, when it has one, is a whole number that a 64-bit integer holds exactly.
+bool parseTag(const QJsonObject &body, qint64 *tag)
+{
+    const QJsonValue value = body.value(QLatin1String("t"));
+    if (value.isUndefined() || value.isNull()) {
+        *tag = -1;
+        return true;
+    }
+    const double number = value.toDouble(-1);
+    if (!value.isDouble() || number < 0 || number > 9007199254740991.0
+        || number != std::floor(number))
+        return false;
+    *tag = qint64(number);
+    return true;
 }
 
 } // namespace
@@ -401,8 +419,9 @@ QJsonObject RealtimeSession::listen(const QJsonObject &body)
         return failure(QStringLiteral("invalid_path"), QStringLiteral("Invalid path"));
     if (!m_auth.canAccess(path))
         return permissionDenied();
-    const QJsonValue tagValue = body.value(QLatin1String("t"));
-    const qint64 tag = tagValue.isDouble() ? qint64(tagValue.toDouble()) : -1;
+    qint64 tag = -1;
+    if (!parseTag(body, &tag))
+        return failure(QStringLiteral("invalid_request"), QStringLiteral("Invalid tag"));
     if (m_listens.size() >= m_context.limits.maxListens && !m_listens.contains({path, tag}))
         return failure(QStringLiteral("too_big"),
                        QStringLiteral("Too many listens on one connection (at most %1)")
@@ -422,8 +441,9 @@ QJsonObject RealtimeSession::unlisten(const QJsonObject &body)
     DatabasePath path;
     if (!parsePath(body, &path))
         return failure(QStringLiteral("invalid_path"), QStringLiteral("Invalid path"));
-    const QJsonValue tagValue = body.value(QLatin1String("t"));
-    const Listen listen{path, tagValue.isDouble() ? qint64(tagValue.toDouble()) : -1};
+    Listen listen{path, -1};
+    if (!parseTag(body, &listen.tag))
+        return failure(QStringLiteral("invalid_request"), QStringLiteral("Invalid tag"));
     if (m_listens.remove(listen))
         m_context.database->removeListener(this, listen.path, listen.tag);
     return ok();

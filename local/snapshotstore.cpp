@@ -1,11 +1,11 @@
 #include "local/snapshotstore.h"
 
 #include "local/jsoncodec.h"
+#include "local/privatefiles.h"
 #include "local/realtimedatabase.h"
 
 #include <QDebug>
 #include <QFile>
-#include <QSaveFile>
 
 SnapshotStore::SnapshotStore(RealtimeDatabase *database, const QString &fileName, QObject *parent)
     : QObject(parent)
@@ -94,10 +94,5 @@ bool SnapshotStore::save(QString *error)
 
 bool SnapshotStore::write(const QString &fileName, const QByteArray &data, QString *error)
 {
-    QSaveFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
-        *error = QStringLiteral("%1: %2").arg(fileName, file.errorString());
-        return false;
-    }
-    return true;
+    return PrivateFiles::write(fileName, data, error);
 }

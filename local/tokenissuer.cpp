@@ -1,6 +1,9 @@
 #include "local/tokenissuer.h"
 
+#include "local/privatefiles.h"
+
 #include <QDateTime>
+#include <QDebug>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -29,18 +32,16 @@ bool constantTimeEquals(const QByteArray &a, const QByteArray &b)
     return diff == 0;
 }
 
+// Strict: URL-safe alphabet, no padding, and the one spelling that encodes the bytes, so that a
+// token cannot be told apart from a respelling of itself.
 QByteArray fromBase64Url(const QByteArray &text, bool *ok)
 {
-    for (const char c : text) {
-        const bool valid = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')
-                           || (c >= '0' && c <= '9') || c == '-' || c == '_' || c == '=';
-        if (!valid) {
-            *ok = false;
-            return {};
-        }
-    }
-    *ok = true;
-    return QByteArray::fromBase64(text, QByteArray::Base64UrlEncoding);
+    const QByteArray::FromBase64Result decoded
+        = QByteArray::fromBase64Encoding(text,
+                                         QByteArray::Base64UrlEncoding
+                                             | QByteArray::AbortOnBase64DecodingErrors);
+    *ok = decoded && TokenIssuer::base64Url(decoded.decoded) == text;
+    return *ok ? decoded.decoded : QByteArray();
 }
 
 } // namespace
@@ -55,30 +56,26 @@ TokenIssuer::TokenIssuer(const QByteArray &secret,
     , m_projectId(projectId)
 {}
 
-QByteArray TokenIssuer::loadOrCreateSecret(const QString &fileName, QString *error)
+QByteArray TokenIssuer::loadOrCreateSecret(const QString &fileName, QString *error, bool rotate)
 {
     QFile file(fileName);
-    if (file.exists()) {
+    if (!rotate && file.exists()) {
         if (!file.open(QIODevice::ReadOnly)) {
             *error = QStringLiteral("cannot read %1: %2").arg(fileName, file.errorString());
             return {};
         }
         const QByteArray secret = QByteArray::fromHex(file.readAll().trimmed());
-        if (secret.size() < 32) {
-            *error = QStringLiteral("%1 holds no usable secret").arg(fileName);
-            return {};
-        }
-        return secret;
+        if (secret.size() >= 32)
+            return secret;
+        // Unusable (an older version could leave it empty after a crash): no token can have been
+        // signed with it, so a new one loses nothing.
+        qWarning().noquote() << fileName << "holds no usable secret; making a new one";
     }
     QByteArray secret(32, Qt::Uninitialized);
     QRandomGenerator::system()->generate(reinterpret_cast<quint32 *>(secret.data()),
                                          reinterpret_cast<quint32 *>(secret.data() + secret.size()));
-    if (!file.open(QIODevice::WriteOnly)) {
-        *error = QStringLiteral("cannot write %1: %2").arg(fileName, file.errorString());
+    if (!PrivateFiles::write(fileName, secret.toHex() + '\n', error))
         return {};
-    }
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    file.write(secret.toHex() + '\n');
     return secret;
 }
 
@@ -221,7 +218,8 @@ TokenIssuer::Grant TokenIssuer::signIn(const AuthIdentity &identity) const
     const QJsonObject refreshClaims{{"uid", identity.uid()},
                                     {"service_id", claims.value(QLatin1String("service_id"))},
                                     {"account_id", claims.value(QLatin1String("account_id"))},
-                                    {"auth_time", authTime}};
+                                    {"auth_time", authTime},
+                                    {"exp", authTime + refreshTokenLifetime}};
     const QByteArray payload = base64Url(
         QJsonDocument(refreshClaims).toJson(QJsonDocument::Compact));
     grant.refreshToken = payload + '.' + base64Url(hmac(m_refreshKey, payload));
@@ -239,7 +237,9 @@ bool TokenIssuer::refresh(const QByteArray &refreshToken, Grant *grant) const
         return false;
     const QJsonObject claims = QJsonDocument::fromJson(fromBase64Url(parts.at(0), &ok)).object();
     const QString uid = claims.value(QLatin1String("uid")).toString();
-    if (!ok || uid.isEmpty())
+    const QJsonValue expiresAt = claims.value(QLatin1String("exp"));
+    if (!ok || uid.isEmpty() || !expiresAt.isDouble()
+        || m_clock->isExpired(qint64(expiresAt.toDouble())))
         return false;
     grant->uid = uid;
     grant->expiresIn = m_lifetime;

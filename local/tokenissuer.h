@@ -37,8 +37,14 @@ public:
                 const QString &projectId,
                 const ServiceClock *clock = nullptr);
 
-    // Reads the secret kept in the file, creating it (owner-only) when absent.
-    static QByteArray loadOrCreateSecret(const QString &fileName, QString *error);
+    // A sign-in can be refreshed for so long; after that the operator signs in again.
+    static constexpr qint64 refreshTokenLifetime = 30 * 24 * 3600;
+
+    // Reads the secret kept in the file, creating it (owner-only) when absent or unusable;
+    // rotate: always a new one, so that every token signed before dies.
+    static QByteArray loadOrCreateSecret(const QString &fileName,
+                                         QString *error,
+                                         bool rotate = false);
 
     void setIdTokenLifetime(int seconds) { m_lifetime = qMax(1, seconds); }
     int idTokenLifetime() const { return m_lifetime; }
