@@ -5,8 +5,10 @@
 #include <QEventLoop>
 #include <QJsonDocument>
 #include <QNetworkRequest>
+#include <QSslSocket>
 #include <QTimer>
 #include <QUrlQuery>
+#include <QtTest>
 
 #include "local/jsoncodec.h"
 
@@ -25,6 +27,24 @@ bool waitUntil(const std::function<bool()> &done, int timeoutMs)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
     return true;
+}
+
+QByteArray jsonBytes(const QString &text)
+{
+    return QString(text).replace('\'', '"').toUtf8();
+}
+
+QJsonValue jsonValue(const QString &text)
+{
+    QJsonValue value;
+    return JsonCodec::decode(jsonBytes(text), &value) ? value : QJsonValue(QJsonValue::Undefined);
+}
+
+void addRow(const char *name, const QStringList &columns)
+{
+    QTestData &row = QTest::newRow(name);
+    for (const QString &column : columns)
+        row << column;
 }
 
 LocalTestService::LocalTestService(const LocalService::Options &options)
@@ -73,6 +93,11 @@ QUrl LocalTestService::url(const QString &pathAndQuery) const
     return QUrl(m_service->baseUrl() + pathAndQuery);
 }
 
+QString LocalTestService::idToken(qint64 accountId, const QString &userKey) const
+{
+    return QString::fromLatin1(m_service->signIn(7, accountId, userKey).idToken);
+}
+
 RestClient::RestClient(const LocalTestService *service)
     : m_service(service)
 {}
@@ -89,16 +114,10 @@ HttpResult RestClient::send(const QByteArray &verb,
     for (const auto &header : headers)
         request.setRawHeader(header.first, header.second);
     QNetworkReply *reply = m_manager.sendCustomRequest(request, verb, body);
-    if (!reply->isFinished()) {
-        QEventLoop loop;
-        QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
+    waitUntil([reply] { return reply->isFinished(); }, 30000);
     if (!reply->isFinished())
         reply->abort();
     HttpResult result;
-    result.error = reply->error();
     result.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     result.body = reply->readAll();
     if (!JsonCodec::decode(result.body, &result.json))
@@ -128,11 +147,82 @@ HttpResult RestClient::refresh(const QString &refreshToken, const QString &key)
                 {{"Content-Type", "application/x-www-form-urlencoded"}});
 }
 
-QString RestClient::idToken(qint64 serviceId, qint64 accountId, const QString &userKey)
+RawConnection::RawConnection(const LocalTestService &service)
 {
-    const HttpResult result = exchangeCustomToken(
-        m_service->service()->mintCustomToken(serviceId, accountId, userKey));
-    return result.json.toObject().value("idToken").toString();
+    auto *tls = service.service()->isSecure() ? new QSslSocket : nullptr;
+    m_socket.reset(tls ? tls : new QTcpSocket);
+    if (tls) {
+        tls->setSslConfiguration(service.sslConfiguration());
+        tls->connectToHostEncrypted("127.0.0.1", service.service()->port());
+    } else {
+        m_socket->connectToHost("127.0.0.1", service.service()->port());
+    }
+    // The service runs on this thread: wait on the event loop, not with the blocking calls.
+    QTcpSocket *socket = m_socket.get();
+    waitUntil(
+        [socket, tls] {
+            return socket->state() == QAbstractSocket::UnconnectedState
+                   || (tls ? tls->isEncrypted()
+                           : socket->state() == QAbstractSocket::ConnectedState);
+        },
+        10000);
+}
+
+QList<RawConnection::Response> RawConnection::responses(int count, int timeoutMs)
+{
+    QList<Response> result;
+    waitUntil(
+        [&] {
+            m_buffer += m_socket->readAll();
+            Response response;
+            while (result.size() < count && takeResponse(&response))
+                result.append(response);
+            return result.size() >= count || m_socket->state() == QAbstractSocket::UnconnectedState;
+        },
+        timeoutMs);
+    return result;
+}
+
+bool RawConnection::waitForClosed(int timeoutMs)
+{
+    return waitUntil(
+        [this] {
+            m_buffer += m_socket->readAll();
+            return m_socket->state() == QAbstractSocket::UnconnectedState;
+        },
+        timeoutMs);
+}
+
+QByteArray RawConnection::request(const QByteArray &method,
+                                  const QByteArray &target,
+                                  const QByteArray &body,
+                                  const QByteArray &headers)
+{
+    QByteArray text = method + ' ' + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + headers;
+    if (!body.isNull())
+        text += "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
+    return text + "\r\n" + body;
+}
+
+bool RawConnection::takeResponse(Response *response)
+{
+    const int end = m_buffer.indexOf("\r\n\r\n");
+    if (end < 0)
+        return false;
+    const QList<QByteArray> lines = m_buffer.left(end).split('\n');
+    *response = Response();
+    response->status = lines.first().split(' ').value(1).toInt();
+    for (int i = 1; i < lines.size(); ++i) {
+        const int colon = lines.at(i).indexOf(':');
+        response->headers.insert(lines.at(i).left(colon).trimmed().toLower(),
+                                 lines.at(i).mid(colon + 1).trimmed());
+    }
+    const int length = response->headers.value("content-length").toInt();
+    if (m_buffer.size() < end + 4 + length)
+        return false;
+    response->body = m_buffer.mid(end + 4, length);
+    m_buffer.remove(0, end + 4 + length);
+    return true;
 }
 
 RealtimeClient::RealtimeClient(const LocalTestService *service, QObject *parent)
@@ -178,8 +268,7 @@ qint64 RealtimeClient::send(const QString &action, const QJsonObject &body)
 
 QJsonObject RealtimeClient::waitForAnswer(qint64 requestNumber, int timeoutMs)
 {
-    if (!waitUntil([&] { return m_answers.contains(requestNumber); }, timeoutMs))
-        return {};
+    waitUntil([&] { return m_answers.contains(requestNumber); }, timeoutMs);
     return m_answers.take(requestNumber);
 }
 
@@ -190,8 +279,7 @@ QJsonObject RealtimeClient::request(const QString &action, const QJsonObject &bo
 
 QJsonObject RealtimeClient::nextPush(int timeoutMs)
 {
-    if (!waitUntil([this] { return !m_pushes.isEmpty(); }, timeoutMs))
-        return {};
+    waitUntil([this] { return !m_pushes.isEmpty(); }, timeoutMs);
     return m_pushes.isEmpty() ? QJsonObject() : m_pushes.takeFirst();
 }
 

@@ -16,6 +16,13 @@
 // Runs the event loop until done() holds or the time is up; returns done().
 bool waitUntil(const std::function<bool()> &done, int timeoutMs);
 
+// JSON written with ' for " to keep tables short: as bytes to send, and parsed (undefined when
+// it does not parse).
+QByteArray jsonBytes(const QString &text);
+QJsonValue jsonValue(const QString &text);
+// A QtTest data row whose columns are all QString.
+void addRow(const char *name, const QStringList &columns);
+
 // Runs tallyra-local in this process on an ephemeral loopback port with a fresh data directory;
 // clients trust its development CA through their TLS configuration, as the console will.
 class LocalTestService
@@ -33,6 +40,8 @@ public:
     QSslConfiguration sslConfiguration() const;
     QUrl url(const QString &pathAndQuery) const;
     QString baseUrl() const { return m_service->baseUrl(); }
+    // The ID token a sign-in would give, without the exchange.
+    QString idToken(qint64 accountId, const QString &userKey = QStringLiteral("u")) const;
 
 private:
     QTemporaryDir m_dir;
@@ -43,7 +52,6 @@ private:
 struct HttpResult
 {
     int status = 0;
-    QNetworkReply::NetworkError error = QNetworkReply::NoError;
     QByteArray body;
     QJsonValue json;
     QHash<QByteArray, QByteArray> headers; // lower-case names
@@ -61,12 +69,43 @@ public:
                     const QList<QPair<QByteArray, QByteArray>> &headers = {});
     HttpResult exchangeCustomToken(const QByteArray &customToken, const QString &key = "test-key");
     HttpResult refresh(const QString &refreshToken, const QString &key = "test-key");
-    // Signs in through the identity endpoint; empty on failure.
-    QString idToken(qint64 serviceId, qint64 accountId, const QString &userKey);
 
 private:
     const LocalTestService *m_service;
     QNetworkAccessManager m_manager;
+};
+
+// A bare HTTP/1.1 client over a real socket (TLS unless the service is plain), for what
+// QNetworkAccessManager never sends and for clients that never read.
+class RawConnection
+{
+public:
+    struct Response
+    {
+        int status = 0;
+        QHash<QByteArray, QByteArray> headers; // lower-case names
+        QByteArray body;
+    };
+
+    explicit RawConnection(const LocalTestService &service);
+
+    bool isOpen() const { return m_socket->state() == QAbstractSocket::ConnectedState; }
+    QTcpSocket *socket() const { return m_socket.get(); }
+    void write(const QByteArray &bytes) { m_socket->write(bytes); }
+    // Waits for count complete answers (a 100 Continue counts as one), or the socket closing.
+    QList<Response> responses(int count, int timeoutMs = 10000);
+    bool waitForClosed(int timeoutMs = 10000);
+
+    static QByteArray request(const QByteArray &method,
+                              const QByteArray &target,
+                              const QByteArray &body = QByteArray(),
+                              const QByteArray &headers = QByteArray());
+
+private:
+    bool takeResponse(Response *response);
+
+    std::unique_ptr<QTcpSocket> m_socket;
+    QByteArray m_buffer;
 };
 
 // The client side of the realtime protocol over QWebSocket: joins split messages as clients
@@ -78,25 +117,31 @@ class RealtimeClient : public QObject
 public:
     explicit RealtimeClient(const LocalTestService *service, QObject *parent = nullptr);
 
-    bool open(const QString &query = QStringLiteral("v=5&ns=tallyra-local"), int timeoutMs = 5000);
+    bool open(const QString &query = QStringLiteral("v=5&ns=tallyra-local"), int timeoutMs = 10000);
+    // Opens and authenticates with the token.
+    bool openAs(const QString &token) { return open() && auth(token).value("s") == "ok"; }
     void close() { m_socket.close(); }
     bool isConnected() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
-    bool waitForDisconnected(int timeoutMs = 5000);
+    bool waitForDisconnected(int timeoutMs = 10000);
 
     QJsonObject handshake() const { return m_handshake; }
     qint64 send(const QString &action, const QJsonObject &body);
     void sendText(const QString &text) { m_socket.sendTextMessage(text); }
     // The "b" of the answer to request r; empty when none came in time.
-    QJsonObject waitForAnswer(qint64 requestNumber, int timeoutMs = 5000);
+    QJsonObject waitForAnswer(qint64 requestNumber, int timeoutMs = 10000);
     // Sends and waits for the answer.
-    QJsonObject request(const QString &action, const QJsonObject &body, int timeoutMs = 5000);
+    QJsonObject request(const QString &action, const QJsonObject &body, int timeoutMs = 10000);
+    // The answer's status ("ok", "permission_denied", ...).
+    QString status(const QString &action, const QJsonObject &body)
+    {
+        return request(action, body).value("s").toString();
+    }
     QJsonObject auth(const QString &token) { return request("auth", {{"cred", token}}); }
     QJsonObject listen(const QString &path) { return request("q", {{"p", path}, {"h", ""}}); }
 
     // The next server push ({"a": ..., "b": ...}) not yet taken; empty when none came in time.
-    QJsonObject nextPush(int timeoutMs = 5000);
+    QJsonObject nextPush(int timeoutMs = 10000);
     int pendingPushes() const { return m_pushes.size(); }
-    void clearPushes() { m_pushes.clear(); }
 
     // Everything received in order: complete messages, answers and pushes interleaved.
     const QList<QJsonObject> &messages() const { return m_messages; }

@@ -158,7 +158,7 @@ void TestLocalIdentity::exchangeErrors()
 
     QByteArray tampered = custom;
     tampered[tampered.size() - 3] = tampered.at(tampered.size() - 3) == 'A' ? 'B' : 'A';
-    const QString idToken = m_rest->idToken(7, 9, "u");
+    const QString idToken = m_local.idToken(9, "u");
     for (const QByteArray &token : {tampered, QByteArray("abc"), idToken.toLatin1()}) {
         const HttpResult result = m_rest->exchangeCustomToken(token);
         QCOMPARE(result.status, 400);
@@ -210,7 +210,7 @@ void TestLocalIdentity::refreshErrors()
              QString("MISSING_REFRESH_TOKEN"));
     QCOMPARE(errorMessage(m_rest->refresh(refreshToken.left(refreshToken.size() - 2) + "xx")),
              QString("INVALID_REFRESH_TOKEN"));
-    QCOMPARE(errorMessage(m_rest->refresh(m_rest->idToken(7, 9, "u"))),
+    QCOMPARE(errorMessage(m_rest->refresh(m_local.idToken(9, "u"))),
              QString("INVALID_REFRESH_TOKEN"));
     QCOMPARE(m_rest->refresh(refreshToken, QString()).status, 403);
 

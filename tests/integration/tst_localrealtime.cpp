@@ -62,8 +62,8 @@ void TestLocalRealtime::initTestCase()
 {
     QVERIFY(m_local.start());
     m_rest = std::make_unique<RestClient>(&m_local);
-    m_token = m_rest->idToken(7, 9, "operator-1");
-    m_otherToken = m_rest->idToken(7, 10, "operator-2");
+    m_token = m_local.idToken(9, "operator-1");
+    m_otherToken = m_local.idToken(10, "operator-2");
     QVERIFY(!m_token.isEmpty() && !m_otherToken.isEmpty());
 }
 
@@ -486,7 +486,7 @@ void TestLocalRealtime::closingWithPushesWaitingIsSafe()
     LocalTestService local(options);
     QVERIFY(local.start());
     RestClient rest(&local);
-    const QString token = rest.idToken(7, 9, "u");
+    const QString token = local.idToken(9);
     const QString chat = kAccount + "/chats/a.json?auth=" + token;
     for (int round = 0; round < 2; ++round) {
         RealtimeClient client(&local);

@@ -24,10 +24,10 @@ struct RawResponse
 };
 
 // A bare HTTP/1.1 client over a real socket, for what QNetworkAccessManager never sends.
-class RawConnection
+class BareConnection
 {
 public:
-    explicit RawConnection(const LocalTestService &service)
+    explicit BareConnection(const LocalTestService &service)
     {
         if (service.service()->isSecure()) {
             auto *tls = new QSslSocket;
@@ -162,7 +162,7 @@ void TestLocalService::initTestCase()
     options.saveIntervalMs = 100;
     m_local = std::make_unique<LocalTestService>(options);
     QVERIFY(m_local->start());
-    m_token = RestClient(m_local.get()).idToken(7, 9, "u");
+    m_token = m_local->idToken(9);
     QVERIFY(!m_token.isEmpty());
 }
 
@@ -225,7 +225,7 @@ void TestLocalService::envFileDescribesTheService()
 
 void TestLocalService::keepAliveAndPipelinedRequests()
 {
-    RawConnection connection(*m_local);
+    BareConnection connection(*m_local);
     QVERIFY(connection.isOpen());
     const QByteArray path = "/services/7/accounts/9/p.json?auth=" + m_token.toLatin1();
     // Three requests in one write: answered in order on the same connection.
@@ -249,7 +249,7 @@ void TestLocalService::keepAliveAndPipelinedRequests()
     QVERIFY(connection.waitForClosed());
 
     // HTTP/1.0 closes unless asked to keep the connection.
-    RawConnection old(*m_local);
+    BareConnection old(*m_local);
     old.write("GET /probe HTTP/1.0\r\n\r\n");
     QCOMPARE(old.responses(1).value(0).status, 204);
     QVERIFY(old.waitForClosed());
@@ -257,7 +257,7 @@ void TestLocalService::keepAliveAndPipelinedRequests()
 
 void TestLocalService::chunkedAndContinuedBodies()
 {
-    RawConnection connection(*m_local);
+    BareConnection connection(*m_local);
     const QByteArray path = "/services/7/accounts/9/c.json?auth=" + m_token.toLatin1();
     connection.write("PUT " + path
                      + " HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n"
@@ -334,7 +334,7 @@ void TestLocalService::malformedRequestsGet4xxAndTheServiceStaysUp()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(int, status);
-    RawConnection connection(*m_local);
+    BareConnection connection(*m_local);
     QVERIFY(connection.isOpen());
     connection.write(bytes);
     const QList<RawResponse> answers = connection.responses(1);
@@ -344,20 +344,20 @@ void TestLocalService::malformedRequestsGet4xxAndTheServiceStaysUp()
             || answers.first().headers.value("content-type").startsWith("text/plain"));
     QVERIFY(connection.waitForClosed());
 
-    RawConnection next(*m_local);
+    BareConnection next(*m_local);
     next.write(request("GET", "/probe"));
     QCOMPARE(next.responses(1).value(0).status, 204);
 }
 
 void TestLocalService::slowAndIdleConnectionsTimeOut()
 {
-    RawConnection slow(*m_local);
+    BareConnection slow(*m_local);
     slow.write("GET /probe HTTP/1.1\r\nHost:");
     const QList<RawResponse> answers = slow.responses(1, 3000);
     QCOMPARE(answers.value(0).status, 408);
     QVERIFY(slow.waitForClosed());
 
-    RawConnection idle(*m_local);
+    BareConnection idle(*m_local);
     idle.write(request("GET", "/probe"));
     QCOMPARE(idle.responses(1).value(0).status, 204);
     QVERIFY(idle.waitForClosed(3000));
@@ -400,10 +400,7 @@ void TestLocalService::resetEmptiesTheDatabase()
     options.seed = QJsonObject{{"seeded", true}};
     LocalTestService fresh(options);
     QVERIFY(fresh.start());
-    RestClient(&fresh).send("PUT",
-                            "/services/7/accounts/9/x.json?auth="
-                                + RestClient(&fresh).idToken(7, 9, "u"),
-                            "1");
+    RestClient(&fresh).send("PUT", "/services/7/accounts/9/x.json?auth=" + fresh.idToken(9), "1");
     QVERIFY(fresh.restart()); // keeps the data: restart() does not reset
     QCOMPARE(fresh.service()->database()->value({}).toObject().keys(),
              QStringList({"seeded", "services"}));
