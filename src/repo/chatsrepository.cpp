@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -33,12 +34,14 @@ void mergeUserMap(QMap<QString, QString> &map, const QJsonValue &value)
     }
 }
 
-void removeFromIndex(QHash<QString, QStringList> &index, const QString &key, const QString &chatKey)
+void removeFromIndex(QHash<QString, QSet<QString>> &index,
+                     const QString &key,
+                     const QString &chatKey)
 {
     const auto found = index.find(key);
     if (found == index.end())
         return;
-    found.value().removeOne(chatKey);
+    found.value().remove(chatKey);
     if (found.value().isEmpty())
         index.erase(found);
 }
@@ -81,6 +84,7 @@ void ChatsRepository::initChats(const QList<FirebaseChat> &chats)
         m_chats.append(chat);
     }
     m_summaries.fill(Summary(), m_chats.size());
+    m_removedCount = 0;
     m_ownUnreadChats = 0;
     m_ownUnreadMessages = 0;
     m_missedUnreadChats = 0;
@@ -105,7 +109,14 @@ void ChatsRepository::initChats(const QList<FirebaseChat> &chats)
 void ChatsRepository::update(const QJsonObject &tree)
 {
     for (auto it = tree.begin(); it != tree.end(); ++it)
-        updateChat(it.key(), it.value().toObject());
+        mergeChat(it.key(), it.value().toObject());
+    compact();
+}
+
+void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &object)
+{
+    mergeChat(chatKey, object);
+    compact();
 }
 
 // Merge of one chat:
@@ -113,7 +124,9 @@ void ChatsRepository::update(const QJsonObject &tree)
 // - known key and an empty object (the node was deleted): removed, chatDeleted, chatChanged;
 // - otherwise the fields given are set (below) and chatChanged follows, notifying only when
 //   the last message came with its time.
-void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &object)
+// A deleted chat leaves a gap in the list until the event is merged: one event may delete
+// thousands of chats, and closing each gap at once would move every later chat each time.
+void ChatsRepository::mergeChat(const QString &chatKey, const QJsonObject &object)
 {
     const auto found = m_indexById.constFind(chatKey);
     if (found == m_indexById.constEnd()) {
@@ -136,11 +149,10 @@ void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &obje
         qDebug().noquote() << QStringLiteral("CHAT DELETED: ") + chatKey;
         unindexChat(m_chats.at(position));
         tally(position, -1);
-        m_chats.removeAt(position);
-        m_summaries.remove(position);
+        m_summaries[position] = Summary();
+        m_summaries[position].removed = true;
         m_indexById.remove(chatKey);
-        for (int later = position; later < m_chats.size(); ++later)
-            m_indexById[m_chats.at(later).getId()] = later;
+        ++m_removedCount;
         emit chatDeleted(chatKey);
         emit chatChanged(chatKey, false);
         return;
@@ -236,7 +248,15 @@ void ChatsRepository::updateChat(const QString &chatKey, const QJsonObject &obje
 
 QList<FirebaseChat> ChatsRepository::getChats() const
 {
-    return m_chats;
+    if (m_removedCount == 0)
+        return m_chats;
+    QList<FirebaseChat> chats;
+    chats.reserve(m_chats.size() - m_removedCount);
+    for (int position = 0; position < m_chats.size(); ++position) {
+        if (!m_summaries.at(position).removed)
+            chats.append(m_chats.at(position));
+    }
+    return chats;
 }
 
 FirebaseChat ChatsRepository::getChatById(const QString &chatKey) const
@@ -356,7 +376,7 @@ void ChatsRepository::onUserDeleted(const QString &userKey)
 QStringList ChatsRepository::chatsOfUser(const QString &userKey, bool withOperators) const
 {
     QVector<int> positions;
-    const auto collect = [&](const QHash<QString, QStringList> &index) {
+    const auto collect = [&](const QHash<QString, QSet<QString>> &index) {
         const auto found = index.constFind(userKey);
         if (found == index.constEnd())
             return;
@@ -376,19 +396,36 @@ QStringList ChatsRepository::chatsOfUser(const QString &userKey, bool withOperat
     return chatKeys;
 }
 
+void ChatsRepository::compact()
+{
+    if (m_removedCount == 0)
+        return;
+    int kept = 0;
+    for (int position = 0; position < m_chats.size(); ++position) {
+        if (m_summaries.at(position).removed)
+            continue;
+        if (kept != position) {
+            m_chats[kept] = std::move(m_chats[position]);
+            m_summaries[kept] = m_summaries.at(position);
+            m_indexById[m_chats.at(kept).getId()] = kept;
+        }
+        ++kept;
+    }
+    m_chats.erase(m_chats.begin() + kept, m_chats.end());
+    m_summaries.resize(kept);
+    m_removedCount = 0;
+}
+
 void ChatsRepository::indexChat(int position)
 {
     const FirebaseChat &chat = m_chats.at(position);
     const QString visitor = chat.getVisitor();
     if (!visitor.isEmpty())
-        m_chatsByVisitor[visitor].append(chat.getId());
+        m_chatsByVisitor[visitor].insert(chat.getId());
     const QStringList operators = chat.getOperators();
-    QStringList seen;
     for (const QString &operatorKey : operators) {
-        if (operatorKey.isEmpty() || seen.contains(operatorKey))
-            continue;
-        seen.append(operatorKey);
-        m_chatsByOperator[operatorKey].append(chat.getId());
+        if (!operatorKey.isEmpty())
+            m_chatsByOperator[operatorKey].insert(chat.getId());
     }
 }
 
@@ -488,6 +525,8 @@ void ChatsRepository::recomputeAllCategories() const
     const UsersRepository *users = UsersRepository::getInstance();
     m_categoryUserId = session ? session->getUserId() : QString();
     m_categoryRevision = users ? users->categoryRevision() : 0;
-    for (int position = 0; position < m_chats.size(); ++position)
-        summarize(position);
+    for (int position = 0; position < m_chats.size(); ++position) {
+        if (!m_summaries.at(position).removed)
+            summarize(position);
+    }
 }

@@ -9,6 +9,7 @@
 #include <QMutex>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -98,10 +99,16 @@ private:
         // read from the record when the counters first need it (a date-time conversion).
         bool sentAtKnown = false;
         qint64 sentAtMSecs = 0;
+        // Deleted by the event being merged: out of the index and the totals, and out of the
+        // list once the event is merged (compact).
+        bool removed = false;
     };
 
     explicit ChatsRepository(QObject *parent);
 
+    void mergeChat(const QString &chatKey, const QJsonObject &object);
+    // Drops the deleted chats from the list in one pass and moves the later ones' positions.
+    void compact();
     void indexChat(int position);
     void unindexChat(const FirebaseChat &chat);
     void summarize(int position) const;
@@ -128,9 +135,11 @@ private:
     mutable qint64 m_agedUpTo = std::numeric_limits<qint64>::min();
     mutable int m_agedChats = 0;
     mutable qint64 m_agedMessages = 0;
+    int m_removedCount = 0;
     QHash<QString, int> m_indexById;
-    QHash<QString, QStringList> m_chatsByVisitor;
-    QHash<QString, QStringList> m_chatsByOperator;
+    // Sets, so that taking a chat out costs the same however many chats the user has.
+    QHash<QString, QSet<QString>> m_chatsByVisitor;
+    QHash<QString, QSet<QString>> m_chatsByOperator;
 
     // The state the cached categories were computed against.
     mutable QString m_categoryUserId;

@@ -2,6 +2,8 @@
 
 #include "util/jsonparser.h"
 
+#include <utility>
+
 QPointer<QuickAnswersRepository> QuickAnswersRepository::s_instance;
 
 QuickAnswersRepository::QuickAnswersRepository(QObject *parent)
@@ -34,6 +36,8 @@ void QuickAnswersRepository::initializeAnswers(const QList<FirebaseQuickAnswer> 
         m_indexById.insert(answer.getId(), m_answers.size());
         m_answers.append(answer);
     }
+    m_removed.fill(false, m_answers.size());
+    m_removedCount = 0;
     emit initialized();
 }
 
@@ -43,11 +47,18 @@ void QuickAnswersRepository::update(const QJsonObject &tree)
         bool isNumber = false;
         const qint64 id = it.key().toLongLong(&isNumber);
         if (isNumber)
-            updateQuickAnswer(id, it.value().toObject());
+            mergeQuickAnswer(id, it.value().toObject());
     }
+    compact();
 }
 
 void QuickAnswersRepository::updateQuickAnswer(qint64 id, const QJsonObject &object)
+{
+    mergeQuickAnswer(id, object);
+    compact();
+}
+
+void QuickAnswersRepository::mergeQuickAnswer(qint64 id, const QJsonObject &object)
 {
     const auto found = m_indexById.constFind(id);
     if (found == m_indexById.constEnd()) {
@@ -57,16 +68,16 @@ void QuickAnswersRepository::updateQuickAnswer(qint64 id, const QJsonObject &obj
         answer.setId(id);
         m_indexById.insert(id, m_answers.size());
         m_answers.append(answer);
+        m_removed.append(false);
         emit answerAdded(id);
         return;
     }
 
     const int position = found.value();
     if (object.isEmpty()) {
-        m_answers.removeAt(position);
+        m_removed[position] = true;
+        ++m_removedCount;
         m_indexById.remove(id);
-        for (int later = position; later < m_answers.size(); ++later)
-            m_indexById[m_answers.at(later).getId()] = later;
         emit answerDeleted(id);
         return;
     }
@@ -94,14 +105,15 @@ FirebaseQuickAnswer QuickAnswersRepository::getQuickAnswerById(qint64 id) const
 
 QList<FirebaseQuickAnswer> QuickAnswersRepository::getQuickAnswers() const
 {
-    return m_answers;
+    return liveAnswers();
 }
 
 QList<FirebaseQuickAnswer> QuickAnswersRepository::getQuickAnswersForId(qint64 siteId,
                                                                         qint64 operatorId) const
 {
     QList<FirebaseQuickAnswer> result;
-    for (const FirebaseQuickAnswer &answer : m_answers) {
+    const QList<FirebaseQuickAnswer> answers = liveAnswers();
+    for (const FirebaseQuickAnswer &answer : answers) {
         if (appliesTo(answer, siteId, operatorId))
             result.append(answer);
     }
@@ -113,12 +125,45 @@ QList<FirebaseQuickAnswer> QuickAnswersRepository::getQuickAnswersForText(qint64
                                                                           const QString &text) const
 {
     QList<FirebaseQuickAnswer> result;
-    for (const FirebaseQuickAnswer &answer : m_answers) {
+    const QList<FirebaseQuickAnswer> answers = liveAnswers();
+    for (const FirebaseQuickAnswer &answer : answers) {
         if (appliesTo(answer, siteId, operatorId)
             && answer.getText().contains(text, Qt::CaseInsensitive))
             result.prepend(answer);
     }
     return result;
+}
+
+void QuickAnswersRepository::compact()
+{
+    if (m_removedCount == 0)
+        return;
+    int kept = 0;
+    for (int position = 0; position < m_answers.size(); ++position) {
+        if (m_removed.at(position))
+            continue;
+        if (kept != position) {
+            m_answers[kept] = std::move(m_answers[position]);
+            m_indexById[m_answers.at(kept).getId()] = kept;
+        }
+        ++kept;
+    }
+    m_answers.erase(m_answers.begin() + kept, m_answers.end());
+    m_removed.fill(false, kept);
+    m_removedCount = 0;
+}
+
+QList<FirebaseQuickAnswer> QuickAnswersRepository::liveAnswers() const
+{
+    if (m_removedCount == 0)
+        return m_answers;
+    QList<FirebaseQuickAnswer> answers;
+    answers.reserve(m_answers.size() - m_removedCount);
+    for (int position = 0; position < m_answers.size(); ++position) {
+        if (!m_removed.at(position))
+            answers.append(m_answers.at(position));
+    }
+    return answers;
 }
 
 bool QuickAnswersRepository::appliesTo(const FirebaseQuickAnswer &answer,

@@ -8,12 +8,14 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QVector>
 
 // The account's quick answers (canned replies), merged from the "quick-answers" stream, and
 // the choice of those that apply to a site and an operator: type "account" applies to everyone,
 // "site" to its siteId, "user" to its operatorId.
 //
-// The list keeps arrival order; lookups by id go through a hash of positions.
+// The list keeps arrival order; lookups by id go through a hash of positions. The answers an
+// event deletes stay in the list, marked, until the event is merged, and then go in one pass.
 class QuickAnswersRepository : public QObject
 {
     Q_OBJECT
@@ -50,10 +52,18 @@ signals:
 private:
     explicit QuickAnswersRepository(QObject *parent);
 
+    void mergeQuickAnswer(qint64 id, const QJsonObject &object);
+    void compact();
+    // The answers not deleted: the list itself unless an event is being merged.
+    QList<FirebaseQuickAnswer> liveAnswers() const;
+
     static bool appliesTo(const FirebaseQuickAnswer &answer, qint64 siteId, qint64 operatorId);
 
     static QPointer<QuickAnswersRepository> s_instance;
 
     QList<FirebaseQuickAnswer> m_answers;
     QHash<qint64, int> m_indexById;
+    // Beside the list: deleted by the event being merged.
+    QVector<bool> m_removed;
+    int m_removedCount = 0;
 };

@@ -83,6 +83,7 @@ private slots:
     void patchSetsOnlyTheGivenFields_data();
     void patchSetsOnlyTheGivenFields();
     void nullDeletesTheChat();
+    void oneEventDeletesManyChats();
     void userChangesReachTheirChats();
     void initializedGatePassesEveryCall();
 
@@ -308,6 +309,77 @@ void TestChatsRepository::nullDeletesTheChat()
     m_chats->update(streamEvent("/" + Missed + "/unreadCount", 5));
     QCOMPARE(m_chats->getChatById(Missed).getUnreadCount(), 5);
     COMPARE_COUNTS(countsAt(m_chats, at(ForeignSentAt + 3600000)), 1, 1, 0, 2);
+}
+
+void TestChatsRepository::oneEventDeletesManyChats()
+{
+    // 300 chats made of the fixture's four; one event deletes two in three, patches one that
+    // stays behind deleted ones and adds one.
+    const QList<FirebaseChat> four = chatsFrom(m_snapshot);
+    QList<FirebaseChat> chats, kept;
+    QJsonObject event;
+    QStringList expected;
+    for (int i = 0; i < 300; ++i) {
+        FirebaseChat chat = four.at(i % 4);
+        chat.setId(QStringLiteral("-NqChatMany%1").arg(i, 3, 10, QLatin1Char('0')));
+        chats.append(chat);
+        if (i % 3 != 0) {
+            event.insert(chat.getId(), QJsonValue::Null);
+            expected << "chatDeleted " + chat.getId() << "chatChanged " + chat.getId() + " false";
+            QTest::ignoreMessage(QtDebugMsg, qPrintable("CHAT DELETED: " + chat.getId()));
+            continue;
+        }
+        if (i == 291) {
+            event.insert(chat.getId(), json(R"({"unreadCount": 9})"));
+            expected << "chatChanged " + chat.getId() + " false";
+            chat.setUnreadCount(9);
+        }
+        kept.append(chat);
+    }
+    const QString added = "-NqChatMany999";
+    event.insert(added, m_snapshot.value(Own));
+    expected << "chatAdded " + added;
+    kept.append(chatFrom(added, m_snapshot.value(Own).toObject()));
+    m_chats->initChats(chats);
+
+    SignalLog log;
+    log.watch(m_chats, &ChatsRepository::chatChanged, "chatChanged");
+    log.watch(m_chats, &ChatsRepository::chatAdded, "chatAdded");
+    log.watch(m_chats, &ChatsRepository::chatDeleted, "chatDeleted");
+    // Each receiver of chatDeleted finds one chat fewer than the one before, and may read the
+    // counters: here after the user keys came anew, so that every category is recomputed.
+    QList<int> sizes;
+    const auto keys = UsersRepository::getInstance()->getUserKeys();
+    connect(m_chats, &ChatsRepository::chatDeleted, this, [&] {
+        sizes << m_chats->getChats().size();
+        UsersRepository::getInstance()->setUserKeys(keys);
+        m_chats->getUnreadCount();
+    });
+    m_chats->update(event);
+    disconnect(m_chats, nullptr, this, nullptr);
+
+    QCOMPARE(log.lines(), expected);
+    QCOMPARE(sizes.size(), 200);
+    QCOMPARE(sizes.first(), 299);
+    QCOMPARE(sizes.last(), 100);
+    QCOMPARE(m_chats->getChats(), kept);
+    for (const FirebaseChat &chat : qAsConst(kept))
+        QCOMPARE(m_chats->getChatById(chat.getId()), chat);
+    // Counters and the chats of users as a repository filled with what is left has them.
+    const auto state = [&] {
+        log.clear();
+        m_chats->onUserChanged(Dmitry);
+        m_chats->onUserDeleted(Irina);
+        const Counts counts = countsAt(m_chats, at(ForeignSentAt + 3600000));
+        return log.lines() << QStringLiteral("%1 %2 %3 %4")
+                                  .arg(counts.unread)
+                                  .arg(counts.missed)
+                                  .arg(counts.foreign)
+                                  .arg(counts.messages);
+    };
+    const QStringList merged = state();
+    m_chats->initChats(kept);
+    QCOMPARE(merged, state());
 }
 
 void TestChatsRepository::userChangesReachTheirChats()

@@ -81,16 +81,22 @@ void TestQuickAnswersRepository::answerAddedChangedAndDeleted()
         "userId": 0, "text": "Перезвоним в течение часа.", "type": "site"})")));
     m_answers->update(streamEvent("/7002/text", "Доставка по Москве — на следующий день."));
     m_answers->update(streamEvent("/7005", json(R"({"type": "account", "userId": 1023})")));
-    m_answers->update(streamEvent("/7003", QJsonValue::Null));
-    m_answers->update(streamEvent("/7099", QJsonValue::Null)); // never known
+    // One event deleting several, 7099 never known; each receiver finds one answer fewer.
+    QList<int> sizes;
+    connect(m_answers, &QuickAnswersRepository::answerDeleted, this, [&] {
+        sizes << m_answers->getQuickAnswers().size();
+    });
+    m_answers->update(json(R"({"7001": null, "7003": null, "7099": null})"));
+    disconnect(m_answers, nullptr, this, nullptr);
 
     QCOMPARE(log.lines(),
              QStringList({"answerAdded 7010",
                           "answerChanged 7002",
                           "answerChanged 7005",
+                          "answerDeleted 7001",
                           "answerDeleted 7003"}));
-    QCOMPARE(idsOf(m_answers->getQuickAnswers()),
-             QList<qint64>({7001, 7002, 7004, 7005, 7006, 7010}));
+    QCOMPARE(sizes, QList<int>({6, 5}));
+    QCOMPARE(idsOf(m_answers->getQuickAnswers()), QList<qint64>({7002, 7004, 7005, 7006, 7010}));
 
     FirebaseQuickAnswer added;
     added.setId(7010);
