@@ -1,4 +1,6 @@
 // Desktop notices: size, placement in columns, stacking, the limit of six, clicks and expiry.
+// Notices that must stay open get an hour to live, so no timer can close them mid-test; expiry
+// is awaited as the event it is.
 #include "app/notificationbuilder.h"
 #include "ui/notificationwindow.h"
 
@@ -7,286 +9,228 @@
 #include <QScreen>
 #include <QtTest>
 
+namespace {
+
+const int kHour = 3600 * 1000;
+
+NotificationWindow *notice(const QString &chatId = QString(),
+                           const QString &photo = QString(),
+                           int timeoutMs = kHour)
+{
+    return NotificationBuilder::buildChatNotification(chatId, "Т", "т", {}, photo, timeoutMs);
+}
+
+QPoint slot(int id, const QSize &size)
+{
+    return NotificationWindow::placement(
+        id, size, QGuiApplication::primaryScreen()->availableGeometry().size());
+}
+
+void deleteClosed()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+} // namespace
+
 class TestNotificationWindow : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void cleanup();
-
-    void heightFollowsTextLength_data();
-    void heightFollowsTextLength();
-
-    void placementFillsColumnsBottomUp();
-    void placementOpensColumnToTheLeftOnSmallScreen();
-    void placementWrapsPastTheLeftEdge();
-
-    void stackingAndRestacking();
-    void seventhClosesTheOldest();
-    void clickEmitsChatIdAndCloses();
-    void clickWithoutChatEmitsPlainSignal();
-    void closeButtonAndTimeoutClose();
-    void photoIsRoundAndHiddenWhenAbsent();
-
-private:
-    static QSize area();
-    static void closeAll();
-};
-
-QSize TestNotificationWindow::area()
-{
-    return QGuiApplication::primaryScreen()->availableGeometry().size();
-}
-
-void TestNotificationWindow::closeAll()
-{
-    const auto open = NotificationWindow::openWindows();
-    for (NotificationWindow *window : open)
-        window->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
-void TestNotificationWindow::cleanup()
-{
-    closeAll();
-    QCOMPARE(NotificationWindow::openWindows().size(), 0);
-    QCOMPARE(NotificationWindow::nextFreeId(), 0);
-}
-
-void TestNotificationWindow::heightFollowsTextLength_data()
-{
-    QTest::addColumn<int>("length");
-    QTest::addColumn<int>("height");
-    QTest::newRow("empty") << 0 << 80;
-    QTest::newRow("62 fits two lines") << 62 << 80;
-    QTest::newRow("63 needs a third") << 63 << 95;
-    QTest::newRow("93") << 93 << 95;
-    QTest::newRow("94") << 94 << 110;
-    QTest::newRow("310") << 310 << 200;
-}
-
-void TestNotificationWindow::heightFollowsTextLength()
-{
-    QFETCH(int, length);
-    QFETCH(int, height);
-    const QString text(length, QChar(0x0439)); // й
-    QCOMPARE(NotificationWindow::heightForText(text), height);
-
-    NotificationWindow window(QString(), QStringLiteral("Заголовок"), text, QString(), 10000);
-    QCOMPARE(window.size(), QSize(260, height));
-}
-
-void TestNotificationWindow::placementFillsColumnsBottomUp()
-{
-    const QSize size(260, 80);
-    const QSize screen(1440, 900);
-    QCOMPARE(NotificationWindow::placement(0, size, screen), QPoint(1440 - 270, 900 - 90));
-    QCOMPARE(NotificationWindow::placement(1, size, screen), QPoint(1440 - 270, 900 - 180));
-    QCOMPARE(NotificationWindow::placement(5, size, screen), QPoint(1440 - 270, 900 - 540));
-    // Ten rows of 90 pixels fit in 900: the eleventh notice starts the second column.
-    QCOMPARE(NotificationWindow::placement(10, size, screen), QPoint(1440 - 540, 900 - 90));
-}
-
-void TestNotificationWindow::placementOpensColumnToTheLeftOnSmallScreen()
-{
-    // Too low for two notices in a column.
-    const QSize size(260, 95);
-    const QSize screen(800, 150);
-    QCOMPARE(NotificationWindow::placement(0, size, screen), QPoint(530, 45));
-    QCOMPARE(NotificationWindow::placement(1, size, screen), QPoint(260, 45));
-    // A third column would start past the left edge, so it goes back to the first.
-    QCOMPARE(NotificationWindow::placement(2, size, screen), QPoint(530, 45));
-}
-
-void TestNotificationWindow::placementWrapsPastTheLeftEdge()
-{
-    // Two columns fit across 560 pixels; a third goes back to the right-most column.
-    const QSize size(260, 80);
-    const QSize screen(560, 100);
-    QCOMPARE(NotificationWindow::placement(0, size, screen).x(), 290);
-    QCOMPARE(NotificationWindow::placement(1, size, screen).x(), 20);
-    QCOMPARE(NotificationWindow::placement(2, size, screen).x(), 290);
-    QCOMPARE(NotificationWindow::placement(3, size, screen).x(), 20);
-    for (int id = 0; id < 6; ++id)
-        QVERIFY(NotificationWindow::placement(id, size, screen).x() >= 0);
-}
-
-void TestNotificationWindow::stackingAndRestacking()
-{
-    auto *a = NotificationBuilder::buildNotification(QStringLiteral("A"),
-                                                     QStringLiteral("a"),
-                                                     QString(),
-                                                     10000);
-    auto *b = NotificationBuilder::buildNotification(QStringLiteral("B"),
-                                                     QStringLiteral("b"),
-                                                     QString(),
-                                                     10000);
-    auto *c = NotificationBuilder::buildNotification(QStringLiteral("C"),
-                                                     QStringLiteral("c"),
-                                                     QString(),
-                                                     10000);
-    QVERIFY(a->isVisible() && b->isVisible() && c->isVisible());
-    QCOMPARE(NotificationWindow::nextFreeId(), 3);
-
-    const QPoint slot0 = NotificationWindow::placement(0, a->size(), area());
-    const QPoint slot1 = NotificationWindow::placement(1, a->size(), area());
-    QCOMPARE(a->pos(), slot0);
-    QCOMPARE(b->pos(), slot1);
-    QCOMPARE(b->pos().y(), a->pos().y() - 90);
-    QCOMPARE(a->pos().x(), area().width() - 270);
-
-    // Closing the lowest moves the two above it down by one slot.
-    QPointer<NotificationWindow> closed(a);
-    a->close();
-    QCOMPARE(b->id(), 0);
-    QCOMPARE(c->id(), 1);
-    QCOMPARE(b->pos(), slot0);
-    QCOMPARE(c->pos(), slot1);
-    QCOMPARE(NotificationWindow::nextFreeId(), 2);
-    QCOMPARE(NotificationWindow::openWindows(), (QList<NotificationWindow *>{b, c}));
-    QVERIFY(!QApplication::quitOnLastWindowClosed());
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(closed.isNull());
-
-    // Closing the top one moves nothing.
-    c->close();
-    QCOMPARE(b->id(), 0);
-    QCOMPARE(b->pos(), slot0);
-}
-
-void TestNotificationWindow::seventhClosesTheOldest()
-{
-    QList<QPointer<NotificationWindow>> notices;
-    for (int i = 0; i < 7; ++i)
-        notices << NotificationBuilder::buildNotification(QString::number(i),
-                                                          QStringLiteral("текст"),
-                                                          QString(),
-                                                          10000);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-
-    QVERIFY(notices.first().isNull());
-    QCOMPARE(NotificationWindow::openWindows().size(), 6);
-    QCOMPARE(NotificationWindow::nextFreeId(), 6);
-    for (int i = 1; i < 7; ++i) {
-        QVERIFY(notices.at(i));
-        QCOMPARE(notices.at(i)->id(), i - 1);
-        QCOMPARE(notices.at(i)->pos(),
-                 NotificationWindow::placement(i - 1, notices.at(i)->size(), area()));
+    void cleanup()
+    {
+        for (NotificationWindow *window : NotificationWindow::openWindows())
+            window->close();
+        deleteClosed();
+        QCOMPARE(NotificationWindow::openWindows().size(), 0);
+        QCOMPARE(NotificationWindow::nextFreeId(), 0);
     }
-}
 
-void TestNotificationWindow::clickEmitsChatIdAndCloses()
-{
-    QPointer<NotificationWindow> notice
-        = NotificationBuilder::buildChatNotification(QStringLiteral("chat-42"),
-                                                     QStringLiteral("Иван"),
-                                                     QStringLiteral("Здравствуйте!"),
-                                                     QString(),
-                                                     QString(),
-                                                     10000);
-    QSignalSpy withId(notice.data(), qOverload<const QString &>(&NotificationWindow::clicked));
-    QSignalSpy plain(notice.data(), qOverload<>(&NotificationWindow::clicked));
+    void heightFollowsTextLength_data()
+    {
+        QTest::addColumn<int>("length");
+        QTest::addColumn<int>("height");
+        // Two lines of 31 characters fit in 80 pixels; each further line takes 15.
+        for (const auto &[length, height] : {std::pair(0, 80),
+                                             std::pair(62, 80),
+                                             std::pair(63, 95),
+                                             std::pair(93, 95),
+                                             std::pair(94, 110),
+                                             std::pair(310, 200)})
+            QTest::addRow("%d", length) << length << height;
+    }
+    void heightFollowsTextLength()
+    {
+        QFETCH(int, length);
+        QFETCH(int, height);
+        const QString text(length, QChar(0x0439)); // й
+        QCOMPARE(NotificationWindow::heightForText(text), height);
+        NotificationWindow window(QString(), QStringLiteral("Заголовок"), text, QString(), kHour);
+        QCOMPARE(window.size(), QSize(260, height));
+    }
 
-    // A right click is not a click on the notice.
-    auto *frame = notice->findChild<QFrame *>(QStringLiteral("frame_notificationWindow"));
-    QVERIFY(frame);
-    QTest::mousePress(frame, Qt::RightButton, {}, QPoint(100, 40));
-    QCOMPARE(withId.count(), 0);
-    QVERIFY(notice->isVisible());
+    void placement_data()
+    {
+        QTest::addColumn<int>("id");
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QSize>("area");
+        QTest::addColumn<QPoint>("position");
+        const auto row = [](int id, const QSize &size, const QSize &area) -> QTestData & {
+            return QTest::addRow("%d in %dx%d", id, area.width(), area.height())
+                   << id << size << area;
+        };
+        // Columns fill bottom-up, 10 pixels apart: ten rows of 90 fit in 900.
+        row(0, {260, 80}, {1440, 900}) << QPoint(1440 - 270, 900 - 90);
+        row(1, {260, 80}, {1440, 900}) << QPoint(1440 - 270, 900 - 180);
+        row(5, {260, 80}, {1440, 900}) << QPoint(1440 - 270, 900 - 540);
+        row(10, {260, 80}, {1440, 900}) << QPoint(1440 - 540, 900 - 90);
+        // Too low for two notices in a column: each opens a column to the left, and a column
+        // that would start past the left edge goes back to the first.
+        row(0, {260, 95}, {800, 150}) << QPoint(530, 45);
+        row(1, {260, 95}, {800, 150}) << QPoint(260, 45);
+        row(2, {260, 95}, {800, 150}) << QPoint(530, 45);
+        row(2, {260, 80}, {560, 100}) << QPoint(290, 10);
+        row(3, {260, 80}, {560, 100}) << QPoint(20, 10);
+        row(5, {260, 80}, {560, 100}) << QPoint(20, 10);
+    }
+    void placement()
+    {
+        QFETCH(int, id);
+        QFETCH(QSize, size);
+        QFETCH(QSize, area);
+        QFETCH(QPoint, position);
+        QCOMPARE(NotificationWindow::placement(id, size, area), position);
+    }
 
-    // The message field lets the press through to the frame.
-    auto *message = notice->findChild<QWidget *>(
-        QStringLiteral("textEdit_notificationWindow_message"));
-    const QPoint onMessage = message->mapTo(notice.data(), message->rect().center());
-    QWidget *target = notice->childAt(onMessage);
-    QVERIFY(target == frame || frame->isAncestorOf(target));
-    QTest::mousePress(frame, Qt::LeftButton, {}, frame->mapFrom(notice.data(), onMessage));
+    void stackingAndRestacking()
+    {
+        NotificationWindow *a = notice();
+        NotificationWindow *b = notice();
+        NotificationWindow *c = notice();
+        const QSize size = a->size();
+        QVERIFY(a->isVisible() && b->isVisible() && c->isVisible());
+        QCOMPARE(NotificationWindow::nextFreeId(), 3);
+        QCOMPARE(a->pos(), slot(0, size));
+        QCOMPARE(b->pos(), slot(1, size));
 
-    QCOMPARE(withId.count(), 1);
-    QCOMPARE(withId.first().first().toString(), QStringLiteral("chat-42"));
-    QCOMPARE(plain.count(), 0);
-    QCOMPARE(NotificationWindow::openWindows().size(), 0);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(notice.isNull());
-}
+        // Closing the lowest moves the two above it down by one slot.
+        QPointer<NotificationWindow> closed(a);
+        a->close();
+        QCOMPARE(QList<int>({b->id(), c->id(), NotificationWindow::nextFreeId()}),
+                 QList<int>({0, 1, 2}));
+        QCOMPARE(b->pos(), slot(0, size));
+        QCOMPARE(c->pos(), slot(1, size));
+        QCOMPARE(NotificationWindow::openWindows(), (QList<NotificationWindow *>{b, c}));
+        // Closing a notice must never end the program while the main window is hidden.
+        QVERIFY(!QApplication::quitOnLastWindowClosed());
+        deleteClosed();
+        QVERIFY(closed.isNull());
 
-void TestNotificationWindow::clickWithoutChatEmitsPlainSignal()
-{
-    NotificationWindow *notice
-        = NotificationBuilder::buildNotification(QStringLiteral("У вас 3 непрочитанных"),
-                                                 QString(),
-                                                 5000,
-                                                 QString());
-    QSignalSpy withId(notice, qOverload<const QString &>(&NotificationWindow::clicked));
-    QSignalSpy plain(notice, qOverload<>(&NotificationWindow::clicked));
-    auto *frame = notice->findChild<QFrame *>(QStringLiteral("frame_notificationWindow"));
-    QTest::mousePress(frame, Qt::LeftButton, {}, QPoint(5, 5));
-    QCOMPARE(plain.count(), 1);
-    QCOMPARE(withId.count(), 0);
-    QVERIFY(NotificationWindow::openWindows().isEmpty());
-}
+        // Closing the top one moves nothing.
+        c->close();
+        QCOMPARE(b->id(), 0);
+        QCOMPARE(b->pos(), slot(0, size));
+    }
 
-void TestNotificationWindow::closeButtonAndTimeoutClose()
-{
-    auto *first = NotificationBuilder::buildNotification(QStringLiteral("1"),
-                                                         QStringLiteral("x"),
-                                                         QString(),
-                                                         10000);
-    auto *second = NotificationBuilder::buildNotification(QStringLiteral("2"),
-                                                          QStringLiteral("y"),
-                                                          QString(),
-                                                          150);
-    QSignalSpy clicked(first, qOverload<>(&NotificationWindow::clicked));
+    void seventhClosesTheOldest()
+    {
+        QList<QPointer<NotificationWindow>> notices;
+        for (int i = 0; i < 7; ++i)
+            notices << notice();
+        deleteClosed();
+        QVERIFY(notices.takeFirst().isNull());
+        QCOMPARE(NotificationWindow::openWindows().size(), 6);
+        QCOMPARE(NotificationWindow::nextFreeId(), 6);
+        for (int i = 0; i < 6; ++i) {
+            QCOMPARE(notices.at(i)->id(), i);
+            QCOMPARE(notices.at(i)->pos(), slot(i, notices.at(i)->size()));
+        }
+    }
 
-    auto *button = first->findChild<QPushButton *>(
-        QStringLiteral("pushButton_notificationWindow_close"));
-    QVERIFY(button);
-    QTest::mouseClick(button, Qt::LeftButton);
-    QCOMPARE(clicked.count(), 0);
-    QCOMPARE(NotificationWindow::openWindows(), (QList<NotificationWindow *>{second}));
-    QCOMPARE(second->id(), 0);
+    void click_data()
+    {
+        QTest::addColumn<QString>("chatId");
+        QTest::addColumn<int>("button");
+        QTest::addColumn<QStringList>("emitted");
+        // A press anywhere on the notice, the message field included, is a click on it.
+        QTest::newRow("chat, left") << "chat-42" << int(Qt::LeftButton) << QStringList{"chat-42"};
+        QTest::newRow("no chat, left") << "" << int(Qt::LeftButton) << QStringList{"plain"};
+        QTest::newRow("chat, right") << "chat-42" << int(Qt::RightButton) << QStringList();
+    }
+    void click()
+    {
+        QFETCH(QString, chatId);
+        QFETCH(int, button);
+        QFETCH(QStringList, emitted);
+        QPointer<NotificationWindow> window = notice(chatId);
+        QStringList seen;
+        const auto *w = window.data();
+        connect(w, qOverload<const QString &>(&NotificationWindow::clicked), [&](auto id) {
+            seen << id;
+        });
+        connect(w, qOverload<>(&NotificationWindow::clicked), [&] { seen << "plain"; });
 
-    QTRY_VERIFY_WITH_TIMEOUT(NotificationWindow::openWindows().isEmpty(), 3000);
-    QCOMPARE(NotificationWindow::nextFreeId(), 0);
-}
+        auto *frame = window->findChild<QFrame *>(QStringLiteral("frame_notificationWindow"));
+        auto *message = window->findChild<QWidget *>(
+            QStringLiteral("textEdit_notificationWindow_message"));
+        const QPoint onMessage = message->mapTo(window, message->rect().center());
+        QWidget *target = window->childAt(onMessage);
+        QVERIFY(target == frame || frame->isAncestorOf(target));
+        QTest::mousePress(frame, Qt::MouseButton(button), {}, frame->mapFrom(window, onMessage));
 
-void TestNotificationWindow::photoIsRoundAndHiddenWhenAbsent()
-{
-    QTemporaryDir dir;
-    QImage square(120, 120, QImage::Format_RGB32);
-    square.fill(QColor(200, 30, 30));
-    const QString path = dir.filePath(QStringLiteral("photo.png"));
-    QVERIFY(square.save(path));
+        QCOMPARE(seen, emitted);
+        // A click closes the notice; anything else leaves it.
+        QCOMPARE(NotificationWindow::openWindows().size(), emitted.isEmpty() ? 1 : 0);
+        deleteClosed();
+        QCOMPARE(window.isNull(), !emitted.isEmpty());
+    }
 
-    auto *with = NotificationBuilder::buildNotification(QStringLiteral("Фото"),
-                                                        QStringLiteral("x"),
-                                                        QUrl::fromLocalFile(path).toString(),
-                                                        10000);
-    auto *photo = with->findChild<QLabel *>(QStringLiteral("label_notificationWindow_photo"));
-    QTRY_VERIFY_WITH_TIMEOUT(!photo->pixmap(Qt::ReturnByValue).isNull(), 5000);
-    const QImage round = photo->pixmap(Qt::ReturnByValue).toImage();
-    QCOMPARE(qAlpha(round.pixel(0, 0)), 0);
-    QCOMPARE(qAlpha(round.pixel(round.width() - 1, round.height() - 1)), 0);
-    QCOMPARE(QColor(round.pixel(round.width() / 2, round.height() / 2)), QColor(200, 30, 30));
-    QVERIFY(photo->isVisible());
+    void closeButtonAndTimeoutClose()
+    {
+        NotificationWindow *first = notice();
+        NotificationWindow *second = notice();
+        QSignalSpy clicked(first, qOverload<>(&NotificationWindow::clicked));
+        QTest::mouseClick(first->findChild<QPushButton *>(), Qt::LeftButton); // the close button
+        QCOMPARE(clicked.count(), 0);
+        QCOMPARE(NotificationWindow::openWindows(), (QList<NotificationWindow *>{second}));
+        QCOMPARE(second->id(), 0);
 
-    auto *without = NotificationBuilder::buildNotification(QStringLiteral("Без фото"),
-                                                           QStringLiteral("x"),
-                                                           QString(),
-                                                           10000);
-    QVERIFY(
-        without->findChild<QLabel *>(QStringLiteral("label_notificationWindow_photo"))->isHidden());
+        notice(QString(), QString(), 1);
+        QCOMPARE(NotificationWindow::openWindows().size(), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(NotificationWindow::openWindows(),
+                                  (QList<NotificationWindow *>{second}),
+                                  60000);
+        second->close();
+        QCOMPARE(NotificationWindow::nextFreeId(), 0);
+    }
 
-    // A photo that cannot be loaded leaves no empty place behind.
-    auto *broken = NotificationBuilder::buildNotification(
-        QStringLiteral("Нет файла"),
-        QStringLiteral("x"),
-        QUrl::fromLocalFile(dir.filePath(QStringLiteral("none.png"))).toString(),
-        10000);
-    auto *brokenPhoto = broken->findChild<QLabel *>(
-        QStringLiteral("label_notificationWindow_photo"));
-    QTRY_VERIFY_WITH_TIMEOUT(brokenPhoto->isHidden(), 5000);
-}
+    void photoIsRoundAndHiddenWhenAbsent()
+    {
+        QTemporaryDir dir;
+        QImage square(120, 120, QImage::Format_RGB32);
+        square.fill(QColor(200, 30, 30));
+        const QString path = dir.filePath(QStringLiteral("photo.png"));
+        QVERIFY(square.save(path));
+        const auto photoOf = [](NotificationWindow *window) {
+            return window->findChild<QLabel *>(QStringLiteral("label_notificationWindow_photo"));
+        };
+
+        QLabel *photo = photoOf(notice(QString(), QUrl::fromLocalFile(path).toString()));
+        QTRY_VERIFY_WITH_TIMEOUT(!photo->pixmap(Qt::ReturnByValue).isNull(), 60000);
+        const QImage round = photo->pixmap(Qt::ReturnByValue).toImage();
+        QCOMPARE(qAlpha(round.pixel(0, 0)), 0);
+        QCOMPARE(qAlpha(round.pixel(round.width() - 1, round.height() - 1)), 0);
+        QCOMPARE(QColor(round.pixel(round.width() / 2, round.height() / 2)), QColor(200, 30, 30));
+        QVERIFY(photo->isVisible());
+
+        QVERIFY(photoOf(notice())->isHidden());
+        // A photo that cannot be loaded leaves no empty place behind.
+        QLabel *broken = photoOf(
+            notice(QString(), QUrl::fromLocalFile(dir.filePath("none.png")).toString()));
+        QTRY_VERIFY_WITH_TIMEOUT(broken->isHidden(), 60000);
+    }
+};
 
 QTEST_MAIN(TestNotificationWindow)
 #include "tst_notificationwindow.moc"
