@@ -14,6 +14,10 @@
 #include <QTranslator>
 #include <QtTest>
 
+// One of Util's texts for an input: seconds, a count, a moment or a string of digits.
+using Text = QString (*)(const QVariant &);
+Q_DECLARE_METATYPE(Text)
+
 namespace {
 
 QDateTime at(int day, int hour, int minute)
@@ -21,26 +25,49 @@ QDateTime at(int day, int hour, int minute)
     return QDateTime(QDate(2024, 5, day), QTime(hour, minute), Qt::UTC);
 }
 
-const QDateTime morning = at(15, 10, 0);
+const QDateTime noon = at(15, 12, 3);
 const QDateTime afterMidnight = at(15, 0, 5);
 
-// Rows of a count formatter: the count and the text expected for it.
-void addCountRows(std::initializer_list<std::pair<qint64, const char *>> rows)
+QString relative(const QVariant &secondsAgo)
 {
-    QTest::addColumn<qint64>("count");
-    QTest::addColumn<QString>("text");
-    for (const auto &row : rows)
-        QTest::addRow("%lld", row.first) << row.first << QString::fromUtf8(row.second);
+    return Util::getStrRelativeTime(noon.addSecs(-secondsAgo.toLongLong()), noon);
 }
 
-// Rows of a string formatter: the input and the text expected for it.
-void addTextRows(std::initializer_list<std::pair<const char *, const char *>> rows)
+QString relativeAfterMidnight(const QVariant &secondsAgo)
 {
-    QTest::addColumn<QString>("input");
-    QTest::addColumn<QString>("text");
-    for (const auto &row : rows)
-        QTest::addRow("'%s'", row.first)
-            << QString::fromUtf8(row.first) << QString::fromUtf8(row.second);
+    return Util::getStrRelativeTime(afterMidnight.addSecs(-secondsAgo.toLongLong()), afterMidnight);
+}
+
+QString date(const QVariant &time)
+{
+    return Util::getStrDate(time.toDateTime(), afterMidnight);
+}
+
+QString span(const QVariant &seconds)
+{
+    const QString forth = Util::getStrDateSpan(noon, noon.addSecs(seconds.toLongLong()));
+    const QString back = Util::getStrDateSpan(noon.addSecs(seconds.toLongLong()), noon);
+    return forth == back ? forth : forth + " but back " + back; // the span has no direction
+}
+
+QString preciseSpan(const QVariant &seconds)
+{
+    return Util::getStrPreciseDateSpan(noon, noon.addSecs(seconds.toLongLong()));
+}
+
+QString dialogs(const QVariant &count)
+{
+    return Util::getStrDialogCount(count.toInt());
+}
+
+QString phone(const QVariant &digits)
+{
+    return Util::parsePhone(digits.toString());
+}
+
+QString price(const QVariant &digits)
+{
+    return Util::parsePrice(digits.toString());
 }
 
 } // namespace
@@ -53,69 +80,112 @@ private slots:
     // "dd MMMM" follows the default locale; the console runs with ru_RU.
     void initTestCase() { QLocale::setDefault(QLocale(QLocale::Russian, QLocale::Russia)); }
 
-    void relativeTime_data()
+    void texts_data()
     {
-        QTest::addColumn<QDateTime>("now");
-        QTest::addColumn<QDateTime>("time");
-        QTest::addColumn<QString>("text");
-        const auto ago = [](qint64 seconds, const QDateTime &now = morning) -> QTestData & {
-            return QTest::addRow("%lld s before %s", seconds, qPrintable(now.toString(Qt::ISODate)))
-                   << now << now.addSecs(-seconds);
+        QTest::addColumn<Text>("text");
+        QTest::addColumn<QVariant>("input");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *name, Text text, const QVariant &input) -> QTestData & {
+            return QTest::addRow("%s %s", name, qPrintable(input.toString())) << text << input;
         };
-        ago(0) << "только что";
-        ago(59) << "только что";
-        ago(-59) << "только что";
-        ago(60) << "1 минуту назад";
-        ago(119) << "1 минуту назад";
-        ago(4 * 60) << "4 минуты назад";
-        ago(5 * 60) << "5 минут назад";
-        // Teens are not special in minutes or hours.
-        ago(11 * 60) << "11 минуту назад";
-        ago(12 * 60) << "12 минуты назад";
-        ago(22 * 60) << "22 минуты назад";
-        ago(3599) << "59 минут назад";
-        ago(-61) << "-1 минут назад";
-        ago(3600) << "1 час назад";
-        ago(2 * 3600) << "2 часа назад";
-        ago(4 * 3600) << "4 часа назад";
-        ago(5 * 3600) << "5 часов назад";
-        ago(11 * 3600) << "11 час назад";
-        ago(12 * 3600 - 1) << "11 час назад";
-        // From 12 hours on, the date text answers.
-        ago(12 * 3600) << "вчера в 22:00";
-        ago(12 * 3600, at(15, 23, 0)) << "сегодня в 11:00";
-        ago(6 * 60, afterMidnight) << "6 минут назад";
-        ago(48 * 3600) << "13 мая, 10:00";
+        // Relative times, seconds before 12:03. Teens are not special in minutes or hours, and
+        // from 12 hours on the date text answers.
+        row("relative", relative, 59) << "только что";
+        row("relative", relative, -59) << "только что";
+        row("relative", relative, 60) << "1 минуту назад";
+        row("relative", relative, 4 * 60) << "4 минуты назад";
+        row("relative", relative, 5 * 60) << "5 минут назад";
+        row("relative", relative, 11 * 60) << "11 минуту назад";
+        row("relative", relative, 12 * 60) << "12 минуты назад";
+        row("relative", relative, 3599) << "59 минут назад";
+        row("relative", relative, -61) << "-1 минут назад";
+        row("relative", relative, 3600) << "1 час назад";
+        row("relative", relative, 2 * 3600) << "2 часа назад";
+        row("relative", relative, 4 * 3600) << "4 часа назад";
+        row("relative", relative, 5 * 3600) << "5 часов назад";
+        row("relative", relative, 11 * 3600) << "11 час назад";
+        row("relative", relative, 12 * 3600 - 1) << "11 час назад";
+        row("relative", relative, 12 * 3600) << "сегодня в 00:03";
+        row("relative", relative, 12 * 3600 + 4 * 60) << "вчера в 23:59";
+        row("relative", relative, 48 * 3600) << "13 мая, 12:03";
+        row("relative after midnight", relativeAfterMidnight, 6 * 60) << "6 минут назад";
+        // Dates, seen at 00:05 on 15 May.
+        row("date", date, at(15, 0, 0)) << "сегодня в 00:00";
+        row("date", date, at(15, 18, 7)) << "сегодня в 18:07";
+        row("date", date, at(14, 23, 59)) << "вчера в 23:59";
+        row("date", date, at(14, 0, 0)) << "вчера в 00:00";
+        row("date", date, at(13, 23, 59)) << "13 мая, 23:59";
+        row("date", date, at(16, 9, 30)) << "16 мая, 09:30";
+        row("date", date, QDateTime(QDate(2023, 1, 2), QTime(8, 0), Qt::UTC)) << "02 января, 08:00";
+        // Coarse spans: seconds have no singular form; from a day on, days are seconds / 1440.
+        row("span", span, 1) << "несколько секунд";
+        row("span", span, 2) << "2 секунды";
+        row("span", span, 4) << "4 секунды";
+        row("span", span, 5) << "5 секунд";
+        row("span", span, 12) << "12 секунд";
+        row("span", span, 21) << "21 секунд";
+        row("span", span, 22) << "22 секунды";
+        row("span", span, 59) << "59 секунд";
+        row("span", span, 60) << "1 минуту";
+        row("span", span, 11 * 60) << "11 минут";
+        row("span", span, 12 * 60) << "12 минут";
+        row("span", span, 21 * 60) << "21 минуту";
+        row("span", span, 22 * 60) << "22 минуты";
+        row("span", span, 3599) << "59 минут";
+        row("span", span, 3600) << "1 час";
+        row("span", span, 11 * 3600) << "11 часов";
+        row("span", span, 12 * 3600) << "12 часов";
+        row("span", span, 21 * 3600) << "21 час";
+        row("span", span, 86399) << "23 часа";
+        row("span", span, 86400) << "60 дней";
+        row("span", span, 1440 * 61) << "61 день";
+        row("span", span, 1440 * 62) << "62 дня";
+        row("span", span, 1440 * 85) << "85 дней";
+        row("span", span, 1440 * 104) << "104 дня";
+        row("span", span, 1440 * 111) << "111 дней";
+        row("span", span, 1440 * 121) << "121 день";
+        row("span", span, 3000000000LL) << "2083333 дня";
+        // Exact spans; signed on purpose: a reversed span prints negative fields.
+        row("precise span", preciseSpan, 0) << "00:00:00";
+        row("precise span", preciseSpan, 3661) << "01:01:01";
+        row("precise span", preciseSpan, 86399) << "23:59:59";
+        row("precise span", preciseSpan, 93784) << "1 дн. 02:03:04";
+        row("precise span", preciseSpan, 864001) << "10 дн. 00:00:01";
+        row("precise span", preciseSpan, -59) << "00:00:-59";
+        // Dialogs: teens are not special; negative counts take the form of their magnitude.
+        row("dialogs", dialogs, 0) << "0 диалогов";
+        row("dialogs", dialogs, 1) << "1 диалог";
+        row("dialogs", dialogs, 2) << "2 диалога";
+        row("dialogs", dialogs, 4) << "4 диалога";
+        row("dialogs", dialogs, 5) << "5 диалогов";
+        row("dialogs", dialogs, 9) << "9 диалогов";
+        row("dialogs", dialogs, 11) << "11 диалог";
+        row("dialogs", dialogs, 12) << "12 диалога";
+        row("dialogs", dialogs, -1) << "-1 диалог";
+        row("dialogs", dialogs, -3) << "-3 диалога";
+        row("dialogs", dialogs, -7) << "-7 диалогов";
+        // Phones are built from the right; shorter strings stop early.
+        row("phone", phone, "79991234567") << "+7(999)123-45-67";
+        row("phone", phone, "380501234567") << "+38(050)123-45-67";
+        row("phone", phone, "4951234567") << "(495)123-45-67";
+        row("phone", phone, "1234567") << "123-45-67";
+        row("phone", phone, "12345") << "1-23-45";
+        row("phone", phone, "123") << "1-23";
+        row("phone", phone, "12") << "12";
+        row("phone", phone, "") << "";
+        row("phone", phone, "abcdefghijk") << "+a(bcd)efg-hi-jk";
+        row("price", price, "") << "";
+        row("price", price, "999") << "999";
+        row("price", price, "1000") << "1 000";
+        row("price", price, "123456") << "123 456";
+        row("price", price, "1234567") << "1 234 567";
     }
-    void relativeTime()
+    void texts()
     {
-        QFETCH(QDateTime, now);
-        QFETCH(QDateTime, time);
-        QFETCH(QString, text);
-        QCOMPARE(Util::getStrRelativeTime(time, now), text);
-    }
-
-    void date_data()
-    {
-        QTest::addColumn<QDateTime>("time");
-        QTest::addColumn<QString>("text");
-        const auto row = [](const QDateTime &time) -> QTestData & {
-            return QTest::addRow("%s", qPrintable(time.toString(Qt::ISODate))) << time;
-        };
-        // Now is 15 May, 00:05.
-        row(at(15, 0, 0)) << "сегодня в 00:00";
-        row(at(15, 18, 7)) << "сегодня в 18:07";
-        row(at(14, 23, 59)) << "вчера в 23:59";
-        row(at(14, 0, 0)) << "вчера в 00:00";
-        row(at(13, 23, 59)) << "13 мая, 23:59";
-        row(at(16, 9, 30)) << "16 мая, 09:30";
-        row(QDateTime(QDate(2023, 1, 2), QTime(8, 0), Qt::UTC)) << "02 января, 08:00";
-    }
-    void date()
-    {
-        QFETCH(QDateTime, time);
-        QFETCH(QString, text);
-        QCOMPARE(Util::getStrDate(time, afterMidnight), text);
+        QFETCH(Text, text);
+        QFETCH(QVariant, input);
+        QFETCH(QString, expected);
+        QCOMPARE(text(input), expected);
     }
 
     void textsStayFormatsWhenTranslated()
@@ -132,94 +202,6 @@ private slots:
         QCoreApplication::removeTranslator(&english);
         QCOMPARE(texts,
                  QStringList({"today at 18:07", "yesterday at 23:59", "22 min ago", "12 dialogs"}));
-    }
-
-    void dateSpan_data()
-    {
-        addCountRows({
-            {1, "несколько секунд"},
-            {2, "2 секунды"},
-            {4, "4 секунды"},
-            {5, "5 секунд"},
-            {12, "12 секунд"},
-            // Seconds have no singular form.
-            {21, "21 секунд"},
-            {22, "22 секунды"},
-            {59, "59 секунд"},
-            {60, "1 минуту"},
-            {119, "1 минуту"},
-            {11 * 60, "11 минут"},
-            {12 * 60, "12 минут"},
-            {21 * 60, "21 минуту"},
-            {22 * 60, "22 минуты"},
-            {3599, "59 минут"},
-            {3600, "1 час"},
-            {11 * 3600, "11 часов"},
-            {12 * 3600, "12 часов"},
-            {21 * 3600, "21 час"},
-            {22 * 3600, "22 часа"},
-            {86399, "23 часа"},
-            // From a day on, days are seconds / 1440.
-            {86400, "60 дней"},
-            {1440 * 61, "61 день"},
-            {1440 * 62, "62 дня"},
-            {1440 * 85, "85 дней"},
-            {1440 * 104, "104 дня"},
-            {1440 * 111, "111 дней"},
-            {1440 * 121, "121 день"},
-            {3000000000LL, "2083333 дня"},
-        });
-    }
-    void dateSpan()
-    {
-        QFETCH(qint64, count);
-        QFETCH(QString, text);
-        const QDateTime from = at(1, 12, 0);
-        QCOMPARE(Util::getStrDateSpan(from, from.addSecs(count)), text);
-        // The span has no direction.
-        QCOMPARE(Util::getStrDateSpan(from.addSecs(count), from), text);
-    }
-
-    void preciseDateSpan_data()
-    {
-        addCountRows({
-            {0, "00:00:00"},
-            {3661, "01:01:01"},
-            {86399, "23:59:59"},
-            {86400, "1 дн. 00:00:00"},
-            {93784, "1 дн. 02:03:04"},
-            {864001, "10 дн. 00:00:01"},
-            // Signed on purpose: a reversed span prints negative fields.
-            {-59, "00:00:-59"},
-        });
-    }
-    void preciseDateSpan()
-    {
-        QFETCH(qint64, count);
-        QFETCH(QString, text);
-        QCOMPARE(Util::getStrPreciseDateSpan(morning, morning.addSecs(count)), text);
-    }
-
-    void dialogCount_data()
-    {
-        // Teens are not special; negative counts take the form of their magnitude.
-        addCountRows({{0, "0 диалогов"},
-                      {1, "1 диалог"},
-                      {2, "2 диалога"},
-                      {4, "4 диалога"},
-                      {5, "5 диалогов"},
-                      {9, "9 диалогов"},
-                      {11, "11 диалог"},
-                      {12, "12 диалога"},
-                      {-1, "-1 диалог"},
-                      {-3, "-3 диалога"},
-                      {-7, "-7 диалогов"}});
-    }
-    void dialogCount()
-    {
-        QFETCH(qint64, count);
-        QFETCH(QString, text);
-        QCOMPARE(Util::getStrDialogCount(int(count)), text);
     }
 
     void dayAndMonthNames()
@@ -244,41 +226,6 @@ private slots:
         QCOMPARE(Util::getStrMonth(-1), QString());
         // Day numbers are QDate's: 13 May 2024 is a Monday.
         QCOMPARE(Util::getStrDayOfWeek(QDate(2024, 5, 13).dayOfWeek()), days.at(1));
-    }
-
-    void phone_data()
-    {
-        addTextRows({{"79991234567", "+7(999)123-45-67"},
-                     {"380501234567", "+38(050)123-45-67"},
-                     {"4951234567", "(495)123-45-67"},
-                     {"1234567", "123-45-67"},
-                     {"12345", "1-23-45"},
-                     {"123", "1-23"},
-                     {"12", "12"},
-                     {"", ""},
-                     {"abcdefghijk", "+a(bcd)efg-hi-jk"}});
-    }
-    void phone()
-    {
-        QFETCH(QString, input);
-        QFETCH(QString, text);
-        QCOMPARE(Util::parsePhone(input), text);
-    }
-
-    void price_data()
-    {
-        addTextRows({{"", ""},
-                     {"1", "1"},
-                     {"999", "999"},
-                     {"1000", "1 000"},
-                     {"123456", "123 456"},
-                     {"1234567", "1 234 567"}});
-    }
-    void price()
-    {
-        QFETCH(QString, input);
-        QFETCH(QString, text);
-        QCOMPARE(Util::parsePrice(input), text);
     }
 
     void emailsAndPhones_data()
