@@ -1,11 +1,15 @@
-// The display pipeline of a chat message: emoji code points to pictures and back, escaping,
+// The display pipeline of a chat message: escaping, emoji code points to pictures and back,
 // links and line breaks for the text widget, the plain copy kept beside it, and the emoji
-// pictures themselves, shown by real text widgets.
+// pictures themselves, shown by real text widgets. replaceLinks is also checked against the
+// address pattern applied literally with QRegExp, the engine whose matching rules it keeps
+// (leftmost-longest alternatives, word boundaries judged per UTF-16 unit).
 #include "util/emojiparser.h"
 #include "util/linkparser.h"
 #include "util/messagemarkup.h"
 
 #include <QDirIterator>
+#include <QRandomGenerator>
+#include <QRegExp>
 #include <QTextBlock>
 #include <QTextEdit>
 #include <QtTest>
@@ -27,6 +31,54 @@ QString codePoints(std::initializer_list<uint> points)
     return QString::fromUcs4(v.constData(), v.size());
 }
 
+QString web(const QString &href, const QString &text)
+{
+    return QStringLiteral("<a href=\"%1\">%2</a>").arg(href, text);
+}
+
+QString mail(const QString &address)
+{
+    return QStringLiteral("<a href=\"mailto:%1\">%1</a>").arg(address);
+}
+
+// A row named after its input, with line feeds shown as "\n".
+QTestData &row(const QString &name)
+{
+    return QTest::newRow(qPrintable(QString(name).replace('\n', "\\n")));
+}
+
+// A row named after its input.
+QTestData &input(const QString &text)
+{
+    return row(text) << text;
+}
+
+// Runs an operation that rewrites its argument; a returned text that differs shows in the result.
+QString inPlace(QString text, QString (*operation)(QString &))
+{
+    const QString returned = operation(text);
+    return returned == text ? text : text + " but returned " + returned;
+}
+
+// The address pattern applied literally: one greedy, case-sensitive QRegExp; the address
+// replaced in place and the search resumed after the inserted anchor.
+QString literalReplaceLinks(QString text)
+{
+    QRegExp rx(QStringLiteral(
+        R"(\b((((https?|ftp)://)?[-a-zA-Z0-9а-яА-Я]{2,256}\.[a-zа-яА-Я]{2,6}[-a-zA-Z0-9а-яА-Я@:%\._\+~#'=/\?&;\[\]\(\)]{0,256})|([-a-zA-Z0-9\.]{2,256}@[-a-zA-Z0-9\.]{2,256}\.[a-z]{2,6}))<?)"));
+    const QRegExp scheme(QStringLiteral("^(https?|ftp)"));
+    int pos = 0;
+    while ((pos = rx.indexIn(text, pos)) != -1) {
+        const QString cap = rx.cap(1);
+        QString anchor = cap.contains('@') ? mail(cap) : web(cap, cap);
+        if (!cap.contains('@') && scheme.indexIn(cap) == -1)
+            anchor = web("https://" + cap, cap);
+        text.replace(pos, cap.length(), anchor);
+        pos += anchor.length();
+    }
+    return text;
+}
+
 } // namespace
 
 class TestMessageMarkup : public QObject
@@ -34,8 +86,8 @@ class TestMessageMarkup : public QObject
     Q_OBJECT
 
 private slots:
-    // The conversions of EmojiParser, each in its own rows.
-    void emoji_data()
+    // The smaller conversions of EmojiParser and LinkParser, each in its own rows.
+    void conversions_data()
     {
         QTest::addColumn<Operation>("operation");
         QTest::addColumn<QString>("text");
@@ -48,10 +100,22 @@ private slots:
         const Operation split = [](const QString &html) {
             return EmojiParser::splitTextFromImages(html).join('|');
         };
+        // The operations that take a reference must rewrite it and return it as well.
+        const Operation emails = [](const QString &t) {
+            return inPlace(t, LinkParser::replaceEmails);
+        };
+        const Operation clean = [](const QString &t) {
+            return inPlace(t, LinkParser::cleanTextFromHtml);
+        };
+        const Operation fromBreaks = [](const QString &t) {
+            return inPlace(t, LinkParser::replaceHtmlLineBreaks);
+        };
+        const Operation firstLink = [](const QString &t) { return LinkParser::findFirstLink(t); };
+        const Operation images = [](const QString &t) { return LinkParser::replaceImages(t); };
+        const Operation toBreaks = [](const QString &t) { return LinkParser::replaceLineBreaks(t); };
         const auto op =
             [](const char *name, Operation operation, const QString &text) -> QTestData & {
-            const QString shown = QString(text).replace('\n', "\\n");
-            return QTest::addRow("%s: %s", name, qPrintable(shown)) << operation << text;
+            return row(name + (": " + text)) << operation << text;
         };
         op("replace", replace, "") << "";
         op("replace", replace, "Привет 😀!") << "Привет " + tag("1f600") + "!";
@@ -111,8 +175,29 @@ private slots:
         op("split", split, R"(x<img src="a"/>)") << R"(x| src="a")";
         op("split", split, R"(<img a/><img b/>)") << " a| b";
         op("split", split, R"(x<img src="a")") << R"(x| src="a")";
+        op("emails", emails, "нет адреса") << "нет адреса";
+        // "\S+@\S+" takes the punctuation next to the address along.
+        op("emails", emails, "пишите ivan@mail.ru, спасибо")
+            << "пишите " + mail("ivan@mail.ru,") + " спасибо";
+        op("emails", emails, "a@b c@d") << mail("a@b") + " " + mail("c@d");
+        op("first link", firstLink, "") << "";
+        op("first link", firstLink, "см. https://a.com/x и http://b.com") << "https://a.com/x";
+        op("first link", firstLink, "ftp://f.org/a.zip") << "ftp://f.org/a.zip";
+        op("first link", firstLink, "ya.ru и mail.ru, ivan@mail.ru") << "";
+        // "\S+" is greedy, so the trailing "<*" never gets a "<" of its own.
+        op("first link", firstLink, "https://ya.ru<br />") << "https://ya.ru<br";
+        op("clean", clean, "a<b>c</b>") << "ac";
+        op("clean", clean, "<p>x<br />y</p>") << "xy";
+        op("clean", clean, "a < b") << "a < b";
+        op("clean", clean, "&lt;b&gt;") << "&lt;b&gt;";
+        op("images", images, "текст") << "текст";
+        op("images", images, "x<img src='a'/>y<img src=\"b\" />z") << "xAAyAAz";
+        op("images", images, "<img\nsrc='a'/>!") << "AA!";
+        op("images", images, "<img src='a'>") << "<img src='a'>";
+        op("to breaks", toBreaks, "a\nb\n\n") << "a<br />b<br /><br />";
+        op("from breaks", fromBreaks, "a<br />b<br>c<br/>d") << "a\nb<br>c<br/>d";
     }
-    void emoji()
+    void conversions()
     {
         QFETCH(Operation, operation);
         QFETCH(QString, text);
@@ -120,24 +205,111 @@ private slots:
         QCOMPARE(operation(text), result);
     }
 
+    void replaceLinks_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("html");
+        input("просто текст, 1.5 кг, т.е. так") << "просто текст, 1.5 кг, т.е. так";
+        input("см. https://example.com/a?b=1 тут")
+            << "см. " + web("https://example.com/a?b=1", "https://example.com/a?b=1") + " тут";
+        input("см. example.com/path?q=1&x=2 тут")
+            << "см. " + web("https://example.com/path?q=1&x=2", "example.com/path?q=1&x=2")
+                   + " тут";
+        input("пишите ivan@mail.ru") << "пишите " + mail("ivan@mail.ru");
+        input("john.doe@mail.example.com") << mail("john.doe@mail.example.com");
+        input("example.com/user@name") << mail("example.com/user@name");
+        input("https://ya.ru<b") << web("https://ya.ru", "https://ya.ru") + "<b";
+        input("ya.ru" + tag("1f600")) << web("https://ya.ru", "ya.ru") + tag("1f600");
+        input("сайт пример.рф!") << "сайт " + web("https://пример.рф", "пример.рф") + "!";
+        input("ab.com и bc@cd.org") << web("https://ab.com", "ab.com") + " и " + mail("bc@cd.org");
+        // Host and local part need two characters.
+        input("a.com и b@c.org") << "a.com и b@c.org";
+        // "^(https?|ftp)" only looks at the start, so these count as having a scheme.
+        input("httpbin.org") << web("httpbin.org", "httpbin.org");
+        input("ftpmirror.net") << web("ftpmirror.net", "ftpmirror.net");
+        input("file.txt") << web("https://file.txt", "file.txt");
+        input("a@b и host") << "a@b и host";
+        input("abc_ya.ru") << "abc_ya.ru";
+        // A combining mark is a word character: no boundary before "ya".
+        row("after a mark") << QString::fromUtf8("e\xcc\x81ya.ru")
+                            << QString::fromUtf8("e\xcc\x81ya.ru");
+        // Each half of a surrogate pair is no word character, so an emoji ends a word.
+        input("😀ya.ru") << "😀" + web("https://ya.ru", "ya.ru");
+        input("𝟘ya.ru") << "𝟘" + web("https://ya.ru", "ya.ru");
+        row("after an unpaired surrogate")
+            << QChar(0xD800) + QString("ya.ru") << QChar(0xD800) + web("https://ya.ru", "ya.ru");
+        // The e-mail ends inside a word; after its anchor a new word starts.
+        input("ab@cd.efghijklпример.рф")
+            << mail("ab@cd.efghij") + web("https://klпример.рф", "klпример.рф");
+        // The web form stops at 256 characters of path while the e-mail form goes on: the
+        // longer alternative wins.
+        const QString longMail = "ab.cd@" + QString(255, 'b') + ".ru";
+        row("longer e-mail alternative") << longMail << mail(longMail);
+        const QString longPath = "ab.cd/" + QString(300, 'p');
+        row("path cut at 256") << longPath
+                               << web("https://" + longPath.left(261), longPath.left(261))
+                                      + longPath.mid(261);
+    }
+    void replaceLinks()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, html);
+        // The text is rewritten in place and returned as well.
+        QCOMPARE(LinkParser::replaceLinks(text), html);
+        QCOMPARE(text, html);
+    }
+
+    void replaceLinksMatchesLiteralPattern()
+    {
+        // Short pieces that meet at the pattern's edges: schemes, hosts, dots, "@", "<", marks,
+        // surrogate pairs, Cyrillic, underscores, and runs near the 256-character limits.
+        const QStringList pieces{"a",      "b",      "я",       "Ж",        "1",       ".",
+                                 "@",      "-",      "_",       ":",        "/",       "<",
+                                 " ",      "&",      ";",       "?",        "=",       "ё",
+                                 "x.",     "ab",     "http://", "https://", "ftp://",  ".ru",
+                                 "'",      "(",      ")",       "%",        ".com",    "рф",
+                                 "é",      "\u0301", "+",       "~",        "#",       "\n",
+                                 "\u00a0", "ab.cd",  "Ⅻ",       "²",        "😀",       "𝟘",
+                                 "ḁ",      "\u200d", "\ufe0f",  "ab@cd.ef", "mail.ru", "<br />"};
+        QRandomGenerator random(20240515);
+        int linked = 0;
+        for (int i = 0; i < 4000; ++i) {
+            QString text;
+            for (int j = random.bounded(1, 16); j > 0; --j) {
+                if (random.bounded(40) == 0)
+                    text += QString(random.bounded(250, 256), random.bounded(2) ? 'a' : 'b');
+                else
+                    text += pieces.at(random.bounded(pieces.size()));
+            }
+            const QString expected = literalReplaceLinks(text);
+            QString actual = text;
+            LinkParser::replaceLinks(actual);
+            if (actual != expected)
+                QFAIL(qPrintable(
+                    QString("text: %1\nactual: %2\nexpected: %3").arg(text, actual, expected)));
+            linked += expected != text ? 1 : 0;
+        }
+        // The corpus must exercise the linking, not only texts without addresses.
+        QVERIFY2(linked > 1000, qPrintable(QString::number(linked)));
+    }
+
     void emojiRoundTripThroughTextEdit_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("pictures");
         QTest::addColumn<QString>("expected");
-        const auto row = [](const QString &text, int pictures) -> QTestData & {
-            return QTest::addRow("%s", qPrintable(QString(text).replace('\n', "\\n")))
-                   << text << pictures;
-        };
-        row("Привет 😀 мир 👍!", 2) << "Привет 😀 мир 👍!";
-        row("😀😀", 2) << "😀😀";
-        row("🇷🇺 флаг", 2) << "🇷🇺 флаг";
-        row(codePoints({0x1F468, 0x200D, 0x1F469, 0x200D, 0x1F467}), 3)
+        row("Привет 😀 мир 👍!") << "Привет 😀 мир 👍!" << 2 << "Привет 😀 мир 👍!";
+        row("😀😀") << "😀😀" << 2 << "😀😀";
+        row("🇷🇺 флаг") << "🇷🇺 флаг" << 2 << "🇷🇺 флаг";
+        row(codePoints({0x1F468, 0x200D, 0x1F469, 0x200D, 0x1F467}))
+            << codePoints({0x1F468, 0x200D, 0x1F469, 0x200D, 0x1F467}) << 3
             << codePoints({0x1F468, 0x1F469, 0x1F467});
-        row(codePoints({0x2764, 0xFE0F, ' ', 0x1F600}), 1) << codePoints({0x2764, ' ', 0x1F600});
-        row("a < b & \"c\" 😀 <i>", 1) << "a < b & \"c\" 😀 <i>";
-        row("😀 первая\nвторая 🎉", 2) << "😀 первая\nвторая 🎉";
-        row("просто текст", 0) << "просто текст";
+        row(codePoints({0x2764, 0xFE0F, ' ', 0x1F600}))
+            << codePoints({0x2764, 0xFE0F, ' ', 0x1F600}) << 1
+            << codePoints({0x2764, ' ', 0x1F600});
+        row("a < b & \"c\" 😀 <i>") << "a < b & \"c\" 😀 <i>" << 1 << "a < b & \"c\" 😀 <i>";
+        row("😀 первая\nвторая 🎉") << "😀 первая\nвторая 🎉" << 2 << "😀 первая\nвторая 🎉";
+        row("просто текст") << "просто текст" << 0 << "просто текст";
     }
     void emojiRoundTripThroughTextEdit()
     {
