@@ -221,7 +221,7 @@ void HttpConnection::dispatch(HttpRequest request)
     const bool keepAlive = request.keepAlive();
     const bool head = request.method == "HEAD";
     const HttpResponse response = route(request);
-    const int delay = m_faults ? m_faults->replyDelay() : 0;
+    const int delay = (m_faults ? m_faults->replyDelay() : 0) + response.delayMs();
     if (delay <= 0) {
         send(response, keepAlive, head);
         return;

@@ -23,6 +23,9 @@ public:
     QByteArray header(const QByteArray &name) const;
     bool closesConnection() const { return m_close; }
     void setClosesConnection(bool close) { m_close = close; }
+    // Held back this long before it is sent, without holding up anyone else.
+    int delayMs() const { return m_delayMs; }
+    void setDelayMs(int milliseconds) { m_delayMs = qMax(0, milliseconds); }
 
     QByteArray serialize(bool keepAlive, bool omitBody) const;
 
@@ -35,4 +38,5 @@ private:
     QList<QPair<QByteArray, QByteArray>> m_headers;
     QByteArray m_body;
     bool m_close = false;
+    int m_delayMs = 0;
 };

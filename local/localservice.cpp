@@ -1,5 +1,7 @@
 #include "local/localservice.h"
 
+#include "local/chatapi.h"
+#include "local/demofiles.h"
 #include "local/faultinjector.h"
 #include "local/httpserver.h"
 #include "local/identityendpoints.h"
@@ -150,6 +152,12 @@ void LocalService::installRoutes()
             return false;
         });
     }
+
+    m_chatApi = std::make_unique<ChatApi>(m_database, m_tokens.get());
+    m_chatApi->tokens().setLifetime(m_options.apiTokenLifetime);
+    m_chatApi->install(router);
+    m_demoFiles = std::make_unique<DemoFiles>();
+    m_demoFiles->install(router);
 
     m_identity = std::make_unique<IdentityEndpoints>(m_tokens.get(), m_faults);
     m_identity->setApiKey(m_options.apiKey);

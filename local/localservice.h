@@ -11,6 +11,8 @@
 
 #include <memory>
 
+class ChatApi;
+class DemoFiles;
 class FaultInjector;
 class HttpRouter;
 class HttpServer;
@@ -38,6 +40,8 @@ public:
         bool plain = false;
         bool reset = false;
         int tokenLifetime = 3600;
+        // The chat API's session tokens.
+        int apiTokenLifetime = 24 * 3600;
         QString apiKey;
         QString databaseNamespace = QStringLiteral("tallyra-local");
         // Path parts of the identity and token base URLs; "" serves them at the root.
@@ -87,6 +91,7 @@ public:
     void setTokenLifetime(int seconds);
     // What the service takes for now; tests move it forward.
     ServiceClock *clock() { return &m_clock; }
+    ChatApi *chatApi() const { return m_chatApi.get(); }
     // For connections opened from now on.
     void setConnectionSettings(const HttpConnection::Settings &settings);
     void setRealtimeLimits(const RealtimeSession::Limits &limits);
@@ -121,6 +126,8 @@ private:
     std::unique_ptr<PushIdGenerator> m_pushIds;
     std::unique_ptr<RestDatabaseHandler> m_rest;
     std::unique_ptr<IdentityEndpoints> m_identity;
+    std::unique_ptr<ChatApi> m_chatApi;
+    std::unique_ptr<DemoFiles> m_demoFiles;
     FaultInjector *m_faults;
     RealtimeDatabase *m_database;
     HttpServer *m_server;

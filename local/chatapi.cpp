@@ -1,0 +1,239 @@
+#include "local/chatapi.h"
+
+#include "local/databasepath.h"
+#include "local/httprouter.h"
+#include "local/jsoncodec.h"
+#include "local/passwordhash.h"
+#include "local/realtimedatabase.h"
+#include "local/serviceclock.h"
+#include "local/tokenissuer.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <algorithm>
+
+namespace {
+
+const QString kRoot = QStringLiteral("chat-api");
+
+// The service's ids arrive as numbers or as strings of digits.
+qint64 idOf(const QJsonValue &value)
+{
+    if (value.isDouble())
+        return qint64(value.toDouble());
+    bool ok = false;
+    const qint64 id = value.toString().toLongLong(&ok);
+    return ok ? id : -1;
+}
+
+HttpResponse badMethod()
+{
+    return ChatApi::envelope(405, 405, QStringLiteral("Метод не поддерживается"));
+}
+
+} // namespace
+
+ChatApi::ChatApi(RealtimeDatabase *database, const TokenIssuer *issuer)
+    : m_database(database)
+    , m_tokens(issuer)
+    , m_throttle([issuer] { return issuer->clock()->nowMs(); })
+{}
+
+HttpResponse ChatApi::envelope(int httpStatus,
+                               int statusCode,
+                               const QString &message,
+                               const QJsonObject &errors)
+{
+    QJsonObject body{{"status_code", statusCode}, {"message", message}};
+    if (!errors.isEmpty())
+        body.insert(QStringLiteral("errors"), errors);
+    return HttpResponse::json(httpStatus, body);
+}
+
+void ChatApi::install(HttpRouter &router)
+{
+    router.addExact(QStringLiteral("/api/auth/login"),
+                    [this](const HttpRequest &request) { return login(request); });
+    router.addExact(QStringLiteral("/api/auth/me"), [this](const HttpRequest &request) {
+        return authorized(request, "GET", [this](const Caller &caller, const HttpRequest &) {
+            return me(caller);
+        });
+    });
+    router.addExact(QStringLiteral("/api/chat/client"), [this](const HttpRequest &request) {
+        return authorized(request, "GET", [](const Caller &caller, const HttpRequest &) {
+            return HttpResponse::json(200, caller.account.value(QLatin1String("settings")));
+        });
+    });
+    router.addPrefix(QStringLiteral("/api/chat/client/info/"), [this](const HttpRequest &request) {
+        return authorized(request, "GET", [this](const Caller &caller, const HttpRequest &r) {
+            return chatInfo(caller, r);
+        });
+    });
+    router.addPrefix(QStringLiteral("/api/"), [](const HttpRequest &) {
+        return envelope(404, 404, QStringLiteral("Не найдено"));
+    });
+}
+
+QJsonObject ChatApi::record(const QString &path) const
+{
+    DatabasePath parsed;
+    if (!DatabasePath::parse(kRoot + QLatin1Char('/') + path, &parsed))
+        return {};
+    return m_database->value(parsed).toObject();
+}
+
+HttpResponse ChatApi::login(const HttpRequest &request)
+{
+    if (request.method != "POST")
+        return badMethod();
+    QJsonValue parsed;
+    if (!JsonCodec::decode(request.body, &parsed) || !parsed.isObject())
+        return envelope(200, 400, QStringLiteral("Некорректный запрос"));
+    const QJsonObject body = parsed.toObject();
+    const QString email = body.value(QLatin1String("email")).toString().trimmed();
+    const QString password = body.value(QLatin1String("password")).toString();
+    QJsonObject errors;
+    if (email.isEmpty())
+        errors.insert(QStringLiteral("email"), QJsonArray{QStringLiteral("Введите e-mail")});
+    if (password.isEmpty())
+        errors.insert(QStringLiteral("password"), QJsonArray{QStringLiteral("Введите пароль")});
+    if (!errors.isEmpty())
+        return envelope(200, 422, QStringLiteral("Проверьте введённые данные"), errors);
+
+    // Every record of the login, one per service it belongs to, in id order.
+    QVector<QJsonObject> candidates;
+    const QJsonObject users = record(QStringLiteral("users"));
+    for (auto it = users.constBegin(); it != users.constEnd(); ++it) {
+        const QJsonObject user = it.value().toObject();
+        if (user.contains(QLatin1String("password"))
+            && user.value(QLatin1String("profile"))
+                       .toObject()
+                       .value(QLatin1String("email"))
+                       .toString()
+                       .compare(email, Qt::CaseInsensitive)
+                   == 0)
+            candidates.append(user);
+    }
+    if (candidates.isEmpty())
+        return envelope(200,
+                        422,
+                        QStringLiteral("Проверьте введённые данные"),
+                        {{"email",
+                          QJsonArray{QStringLiteral("Пользователь с таким e-mail не найден")}}});
+    // Only logins that exist are throttled, so strangers cannot fill the table.
+    const QString login = email.toLower();
+    if (!m_throttle.admits(login))
+        return envelope(200,
+                        429,
+                        QStringLiteral("Слишком много попыток входа. Повторите попытку позже"));
+    const bool correct
+        = PasswordHash::matches(password,
+                                candidates.first().value(QLatin1String("password")).toString());
+    const int delay = m_throttle.answerDelay(login, correct);
+    HttpResponse response;
+    if (!correct) {
+        response = envelope(200,
+                            422,
+                            QStringLiteral("Проверьте введённые данные"),
+                            {{"password", QJsonArray{QStringLiteral("Неверный пароль")}}});
+        response.setDelayMs(delay);
+        return response;
+    }
+
+    const QJsonValue serviceValue = body.value(QLatin1String("service_id"));
+    if (serviceValue.isUndefined() || serviceValue.isNull()) {
+        if (candidates.size() > 1) {
+            QJsonArray services;
+            for (const QJsonObject &candidate : qAsConst(candidates)) {
+                const qint64 serviceId = idOf(
+                    candidate.value(QLatin1String("profile")).toObject().value("service_id"));
+                services.append(record(QStringLiteral("services/%1").arg(serviceId)));
+            }
+            response = HttpResponse::json(200,
+                                          QJsonObject{{"message", "Выберите сервис"},
+                                                      {"services", services}});
+            response.setDelayMs(delay);
+            return response;
+        }
+    } else {
+        const qint64 wanted = idOf(serviceValue);
+        const auto chosen = std::find_if(candidates.cbegin(),
+                                         candidates.cend(),
+                                         [wanted](const QJsonObject &candidate) {
+                                             return idOf(candidate.value(QLatin1String("profile"))
+                                                             .toObject()
+                                                             .value("service_id"))
+                                                    == wanted;
+                                         });
+        if (chosen == candidates.cend())
+            return envelope(200, 403, QStringLiteral("Нет доступа к выбранному сервису"));
+        candidates = {*chosen};
+    }
+
+    const QJsonObject user = candidates.first();
+    const QJsonObject profile = user.value(QLatin1String("profile")).toObject();
+    response = HttpResponse::json(200, QJsonObject{{"user", profile}});
+    response.setHeader("Authorization",
+                       m_tokens.mint(idOf(profile.value(QLatin1String("service_id"))),
+                                     idOf(profile.value(QLatin1String("account_id"))),
+                                     user.value(QLatin1String("user_key")).toString()));
+    response.setDelayMs(delay);
+    return response;
+}
+
+HttpResponse ChatApi::authorized(const HttpRequest &request,
+                                 const QByteArray &method,
+                                 const AuthorizedHandler &handler) const
+{
+    Caller caller;
+    switch (m_tokens.check(request.header("authorization"), &caller.holder)) {
+    case ApiTokens::Verdict::Missing:
+        return envelope(401, 401, QStringLiteral("Требуется авторизация"));
+    case ApiTokens::Verdict::Expired:
+        return envelope(401, 401, QStringLiteral("Сессия истекла, войдите снова"));
+    case ApiTokens::Verdict::Invalid:
+        return envelope(401, 401, QStringLiteral("Недействительный токен"));
+    case ApiTokens::Verdict::Valid:
+        break;
+    }
+    caller.account = record(QStringLiteral("accounts/%1").arg(caller.holder.accountId));
+    const QJsonValue apiId
+        = caller.account.value(QLatin1String("user_keys")).toObject().value(caller.holder.userKey);
+    if (idOf(caller.account.value(QLatin1String("service_id"))) != caller.holder.serviceId
+        || apiId.isUndefined())
+        return envelope(401, 401, QStringLiteral("Недействительный токен"));
+    caller.user = record(QStringLiteral("users/%1").arg(idOf(apiId)));
+    if (request.method != method)
+        return badMethod();
+    HttpResponse response = handler(caller, request);
+    const QByteArray renewed = m_tokens.renewal(caller.holder);
+    if (!renewed.isEmpty())
+        response.setHeader("Authorization", renewed);
+    return response;
+}
+
+HttpResponse ChatApi::me(const Caller &caller) const
+{
+    QJsonArray colleagues;
+    const QJsonObject keys = caller.account.value(QLatin1String("user_keys")).toObject();
+    QVector<qint64> ids;
+    for (auto it = keys.constBegin(); it != keys.constEnd(); ++it)
+        ids.append(idOf(it.value()));
+    std::sort(ids.begin(), ids.end());
+    for (const qint64 id : qAsConst(ids))
+        colleagues.append(
+            record(QStringLiteral("users/%1").arg(id)).value(QLatin1String("profile")));
+    return HttpResponse::json(200,
+                              QJsonObject{{"user", caller.user.value(QLatin1String("profile"))},
+                                          {"users", colleagues}});
+}
+
+HttpResponse ChatApi::chatInfo(const Caller &caller, const HttpRequest &request) const
+{
+    const QString id = request.path.mid(request.path.lastIndexOf(QLatin1Char('/')) + 1);
+    const QJsonValue info = caller.account.value(QLatin1String("chats")).toObject().value(id);
+    if (!info.isObject())
+        return envelope(404, 404, QStringLiteral("Чат не найден"));
+    return HttpResponse::json(200, info);
+}

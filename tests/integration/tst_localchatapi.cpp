@@ -1,0 +1,213 @@
+// The chat API of tallyra-local over TLS on the demo account: sign-in outcomes, token renewal
+// and refusal, isolation, and answers that the console's JsonParser maps without loss.
+#include "localtestsupport.h"
+
+#include "local/chatapi.h"
+#include "local/demoseed.h"
+#include "local/serviceclock.h"
+#include "util/jsonparser.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QtTest>
+
+namespace {
+
+LocalService::Options demoOptions()
+{
+    LocalService::Options options;
+    options.seed = DemoSeed::build(QStringLiteral("https://127.0.0.1"));
+    return options;
+}
+
+QByteArray loginBody(const QString &email, const QString &password, int serviceId = 0)
+{
+    QJsonObject body{{"email", email}, {"password", password}};
+    if (serviceId)
+        body.insert("service_id", serviceId);
+    return QJsonDocument(body).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+class TestLocalChatApi : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup() { m_local.service()->clock()->reset(); }
+
+    void signInOutcomes_data();
+    void signInOutcomes();
+    void answersMapWithoutLoss();
+    void tokensAreRenewedAndRefused();
+    void wrongPasswordsAreSlowedDown();
+
+private:
+    HttpResult login(const QByteArray &body)
+    {
+        return m_rest->send("POST", "/api/auth/login", body);
+    }
+    HttpResult get(const QString &path, const QByteArray &token)
+    {
+        return m_rest->send("GET", path, {}, {{"Authorization", "bearer " + token}});
+    }
+
+    LocalTestService m_local{demoOptions()};
+    std::unique_ptr<RestClient> m_rest;
+};
+
+void TestLocalChatApi::initTestCase()
+{
+    QVERIFY(m_local.start());
+    m_rest = std::make_unique<RestClient>(&m_local);
+}
+
+void TestLocalChatApi::signInOutcomes_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("outcome"); // the reply's telling member
+    QTest::addColumn<int>("statusCode");
+
+    const QString op = DemoSeed::operatorLogin;
+    const QString manager = DemoSeed::managerLogin;
+    const QString password = DemoSeed::password;
+    QTest::newRow("one service") << loginBody(op, password) << "user" << 0;
+    QTest::newRow("e-mail in capitals") << loginBody(op.toUpper(), password) << "user" << 0;
+    QTest::newRow("two services") << loginBody(manager, password) << "services" << 0;
+    QTest::newRow("service chosen") << loginBody(manager, password, 2) << "user" << 0;
+    QTest::newRow("foreign service") << loginBody(op, password, 2) << "message" << 403;
+    QTest::newRow("unknown e-mail")
+        << loginBody("nobody@demo.tallyra.local", password) << "errors.email" << 422;
+    QTest::newRow("wrong password") << loginBody(op, "demo") << "errors.password" << 422;
+    QTest::newRow("nothing given") << QByteArray("{}") << "errors.email errors.password" << 422;
+    QTest::newRow("not JSON") << QByteArray("{\"email\":") << "message" << 400;
+    QTest::newRow("wrong types") << QByteArray("{\"email\":7,\"password\":[]}")
+                                 << "errors.email errors.password" << 422;
+}
+
+void TestLocalChatApi::signInOutcomes()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QString, outcome);
+    QFETCH(int, statusCode);
+    const HttpResult result = login(body);
+    // Errors too come with HTTP 200: the console reads only bodies that are not HTTP errors.
+    QCOMPARE(result.status, 200);
+    const QJsonObject reply = result.json.toObject();
+    QCOMPARE(reply.value("status_code").toInt(), statusCode);
+    const QStringList members = outcome.split(' ');
+    for (const QString &member : members) {
+        const QJsonValue value = member.startsWith("errors.")
+                                     ? reply.value("errors").toObject().value(member.mid(7))
+                                     : reply.value(member);
+        QVERIFY2(!value.isUndefined(), qPrintable(member));
+        if (member.startsWith("errors."))
+            QVERIFY(!value.toArray().first().toString().isEmpty());
+    }
+    if (statusCode)
+        QVERIFY(reply.contains("errors") || !reply.value("message").toString().isEmpty());
+    // Only a signed-in operator gets a token.
+    QCOMPARE(result.headers.contains("authorization"), outcome == "user");
+    if (outcome == "services") {
+        const QList<FranchiseItem> services = JsonParser::getFranchiseItemsFromJson(reply);
+        QCOMPARE(services.size(), 2);
+        QCOMPARE(services.at(1).getId(), 2);
+        QVERIFY(!services.at(1).getName().isEmpty() && !services.at(1).getPicture().isEmpty());
+    }
+}
+
+void TestLocalChatApi::answersMapWithoutLoss()
+{
+    const HttpResult signedIn = login(loginBody(DemoSeed::operatorLogin, DemoSeed::password));
+    const QByteArray token = signedIn.headers.value("authorization");
+    const QJsonObject userJson = signedIn.json.toObject().value("user").toObject();
+    const UserInfo user = JsonParser::getUserInfoFromJson(userJson);
+    QCOMPARE(user.getEmail(), DemoSeed::operatorLogin);
+    QCOMPARE(user.getServiceId(), 1);
+    QCOMPARE(user.getAccountId(), 101);
+    QVERIFY(user.getOnlineVisitorEnabled());
+    QCOMPARE(user.getPermissions().size(), userJson.value("permissions").toArray().size());
+    QVERIFY(!user.getNameFull().isEmpty() && !user.getUserLogo().isEmpty());
+
+    // The token is the custom token that the identity endpoint exchanges.
+    QCOMPARE(m_rest->exchangeCustomToken(token).status, 200);
+
+    const QJsonObject me = get("/api/auth/me", token).json.toObject();
+    QCOMPARE(JsonParser::getUserInfoFromJson(me.value("user").toObject()), user);
+    QCOMPARE(me.value("users").toArray().size(), 5); // the shop account's operators
+
+    const QJsonObject client = get("/api/chat/client", token).json.toObject();
+    const ApiChatSettings settings = JsonParser::getApiChatSettingsFromJson(client);
+    QCOMPARE(settings.getWidgets().size(), 3);
+    QCOMPARE(settings.getChatWidgets().size(), 3);
+    QCOMPARE(settings.getUsersToSites().size(), client.value("sites").toObject().size());
+    QCOMPARE(settings.getTariff().getIsPaidChat(), 1);
+    QStringList paySystems;
+    for (const ApiWidget &widget : settings.getWidgets())
+        paySystems.append(widget.getPaySystem());
+    QVERIFY(paySystems.contains("none") && paySystems.contains("yookassa"));
+
+    const HttpResult info = get("/api/chat/client/info/70001", token);
+    QCOMPARE(info.status, 200);
+    const ApiChatInfo chat = JsonParser::getApiChatInfoFromJson(info.json.toObject());
+    QCOMPARE(chat.getId(), 70001);
+    QCOMPARE(chat.getAccountId(), 101);
+    QVERIFY(chat.getCreatedAt().isValid() && !chat.getVisit().getIp().isEmpty());
+}
+
+void TestLocalChatApi::tokensAreRenewedAndRefused()
+{
+    ServiceClock *clock = m_local.service()->clock();
+    clock->freeze();
+    const QByteArray token = login(loginBody(DemoSeed::operatorLogin, DemoSeed::password))
+                                 .headers.value("authorization");
+    const QByteArray partner = login(loginBody(DemoSeed::managerLogin, DemoSeed::password, 2))
+                                   .headers.value("authorization");
+    QVERIFY(!token.isEmpty() && !partner.isEmpty());
+
+    // Renewed once less than a quarter of its 24 hours is left, on any reply.
+    clock->advance(17 * 3600 * 1000);
+    QVERIFY(!get("/api/chat/client", token).headers.contains("authorization"));
+    clock->advance(3600 * 1000 + 1000);
+    const QByteArray renewed = get("/api/chat/client", token).headers.value("authorization");
+    QVERIFY(!renewed.isEmpty() && renewed != token);
+
+    // Another account's chat is not found, whatever its id; a changed token is refused.
+    QCOMPARE(get("/api/chat/client/info/70001", partner).status, 404);
+    QCOMPARE(get("/api/chat/client/info/80001", partner).status, 200);
+    QByteArray forged = token;
+    forged[forged.size() - 2] = forged.at(forged.size() - 2) == 'A' ? 'B' : 'A';
+    for (const QByteArray &bad : {QByteArray(), forged}) {
+        const HttpResult refused = get("/api/auth/me", bad);
+        QCOMPARE(refused.status, 401);
+        QCOMPARE(refused.json.toObject().value("status_code").toInt(), 401);
+    }
+    clock->advance(6 * 3600 * 1000);
+    QCOMPARE(get("/api/auth/me", token).status, 401);
+    QCOMPARE(get("/api/auth/me", renewed).status, 200);
+}
+
+void TestLocalChatApi::wrongPasswordsAreSlowedDown()
+{
+    ServiceClock *clock = m_local.service()->clock();
+    clock->freeze();
+    LoginThrottle::Settings settings;
+    settings.freeFailures = 2;
+    settings.firstDelayMs = 20;
+    settings.maxWaitMs = 0; // any wait at all is refused at once
+    m_local.service()->chatApi()->throttle().setSettings(settings);
+    const QByteArray wrong = loginBody(DemoSeed::operatorLogin, "guess");
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(login(wrong).json.toObject().value("status_code").toInt(), 422);
+    // The third failure set a wait; until it has passed even the right password is turned away.
+    const QByteArray right = loginBody(DemoSeed::operatorLogin, DemoSeed::password);
+    QCOMPARE(login(right).json.toObject().value("status_code").toInt(), 429);
+    clock->advance(20);
+    QVERIFY(login(right).json.toObject().contains("user"));
+    m_local.service()->chatApi()->throttle().setSettings(LoginThrottle::Settings());
+}
+
+QTEST_GUILESS_MAIN(TestLocalChatApi)
+#include "tst_localchatapi.moc"
