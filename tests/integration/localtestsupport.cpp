@@ -98,6 +98,18 @@ QString LocalTestService::idToken(qint64 accountId, const QString &userKey) cons
     return QString::fromLatin1(m_service->signIn(7, accountId, userKey).idToken);
 }
 
+ServiceClock *LocalTestService::frozenClock() const
+{
+    m_service->clock()->freeze();
+    m_service->clock()->advance(-60 * 1000);
+    return m_service->clock();
+}
+
+bool LocalTestService::waitForNoSessions() const
+{
+    return waitUntil([this] { return m_service->realtimeSessionCount() == 0; }, 10000);
+}
+
 RestClient::RestClient(const LocalTestService *service)
     : m_service(service)
 {}
@@ -126,6 +138,16 @@ HttpResult RestClient::send(const QByteArray &verb,
         result.headers.insert(pair.first.toLower(), pair.second);
     delete reply;
     return result;
+}
+
+HttpResult RestClient::database(const QByteArray &verb,
+                                const QString &path,
+                                const QString &body,
+                                const QList<QPair<QByteArray, QByteArray>> &headers)
+{
+    const QString query = path.contains('?') ? "&" + path.section('?', 1) : QString();
+    const QString target = path.section('?', 0, 0) + ".json?auth=" + token + query;
+    return send(verb, target, jsonBytes(body), headers);
 }
 
 HttpResult RestClient::exchangeCustomToken(const QByteArray &customToken, const QString &key)
@@ -281,6 +303,17 @@ QJsonObject RealtimeClient::nextPush(int timeoutMs)
 {
     waitUntil([this] { return !m_pushes.isEmpty(); }, timeoutMs);
     return m_pushes.isEmpty() ? QJsonObject() : m_pushes.takeFirst();
+}
+
+QString RealtimeClient::nextPushText(int timeoutMs)
+{
+    const QJsonObject push = nextPush(timeoutMs);
+    const QJsonObject body = push.value("b").toObject();
+    QString text = push.value("a").toString() + ' '
+                   + body.value("p").toString().remove(QStringLiteral("services/7/accounts/"));
+    if (body.contains("d"))
+        text += ' ' + QString::fromUtf8(JsonCodec::encode(body.value("d"))).replace('"', '\'');
+    return text;
 }
 
 void RealtimeClient::onText(const QString &text)

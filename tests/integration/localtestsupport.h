@@ -42,6 +42,11 @@ public:
     QString baseUrl() const { return m_service->baseUrl(); }
     // The ID token a sign-in would give, without the exchange.
     QString idToken(qint64 accountId, const QString &userKey = QStringLiteral("u")) const;
+    // Stops the service's clock a minute from the system's time, so that a value taken from the
+    // system's clock differs from the service's; undone by clock()->reset().
+    ServiceClock *frozenClock() const;
+    // Waits until no websocket session is left (their on-disconnect writes done).
+    bool waitForNoSessions() const;
 
 private:
     QTemporaryDir m_dir;
@@ -67,8 +72,16 @@ public:
                     const QString &pathAndQuery,
                     const QByteArray &body = QByteArray(),
                     const QList<QPair<QByteArray, QByteArray>> &headers = {});
+    // A database request with token: path from the root without ".json", a query after it
+    // kept; the body in single-quoted JSON (see jsonBytes).
+    HttpResult database(const QByteArray &verb,
+                        const QString &path,
+                        const QString &body = {},
+                        const QList<QPair<QByteArray, QByteArray>> &headers = {});
     HttpResult exchangeCustomToken(const QByteArray &customToken, const QString &key = "test-key");
     HttpResult refresh(const QString &refreshToken, const QString &key = "test-key");
+
+    QString token; // for database()
 
 private:
     const LocalTestService *m_service;
@@ -137,10 +150,13 @@ public:
         return request(action, body).value("s").toString();
     }
     QJsonObject auth(const QString &token) { return request("auth", {{"cred", token}}); }
-    QJsonObject listen(const QString &path) { return request("q", {{"p", path}, {"h", ""}}); }
+    QString listen(const QString &path) { return status("q", {{"p", path}, {"h", ""}}); }
 
     // The next server push ({"a": ..., "b": ...}) not yet taken; empty when none came in time.
     QJsonObject nextPush(int timeoutMs = 10000);
+    // The same as text: action, path below "services/7/accounts/", and data as single-quoted
+    // JSON when there is some: "d 9/chats/x {'s':1}".
+    QString nextPushText(int timeoutMs = 10000);
     int pendingPushes() const { return m_pushes.size(); }
 
     // Everything received in order: complete messages, answers and pushes interleaved.

@@ -30,15 +30,12 @@ private slots:
     void printShallowAndEtagOptions();
 
 private:
-    // path: from the root, without ".json"; a query after it keeps the token.
     HttpResult call(const QByteArray &verb,
                     const QString &path,
                     const QString &body = {},
                     const QList<QPair<QByteArray, QByteArray>> &headers = {})
     {
-        const QString query = path.contains('?') ? "&" + path.section('?', 1) : QString();
-        const QString target = path.section('?', 0, 0) + ".json?auth=" + m_token + query;
-        return m_rest->send(verb, target, jsonBytes(body), headers);
+        return m_rest->database(verb, path, body, headers);
     }
 
     LocalTestService m_local;
@@ -50,7 +47,7 @@ void TestLocalRest::initTestCase()
 {
     QVERIFY(m_local.start());
     m_rest = std::make_unique<RestClient>(&m_local);
-    m_token = m_local.idToken(9, "operator-1");
+    m_token = m_rest->token = m_local.idToken(9, "operator-1");
 }
 
 void TestLocalRest::init()

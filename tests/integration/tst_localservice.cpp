@@ -565,7 +565,7 @@ void TestLocalService::plainModeTakesTheEmulatorsCredentials()
     RealtimeClient admin(&plain);
     QVERIFY(admin.open());
     QCOMPARE(admin.request("gauth", {{"cred", "owner"}}).value("s").toString(), QString("ok"));
-    QCOMPARE(admin.listen("/").value("s").toString(), QString("ok"));
+    QCOMPARE(admin.listen("/"), QString("ok"));
 
     // Over TLS neither is accepted.
     RestClient tls(m_local.get());
