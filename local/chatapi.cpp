@@ -55,24 +55,44 @@ void ChatApi::install(HttpRouter &router)
 {
     router.addExact(QStringLiteral("/api/auth/login"),
                     [this](const HttpRequest &request) { return login(request); });
-    router.addExact(QStringLiteral("/api/auth/me"), [this](const HttpRequest &request) {
-        return authorized(request, "GET", [this](const Caller &caller, const HttpRequest &) {
-            return me(caller);
-        });
-    });
-    router.addExact(QStringLiteral("/api/chat/client"), [this](const HttpRequest &request) {
-        return authorized(request, "GET", [](const Caller &caller, const HttpRequest &) {
-            return HttpResponse::json(200, caller.account.value(QLatin1String("settings")));
-        });
-    });
-    router.addPrefix(QStringLiteral("/api/chat/client/info/"), [this](const HttpRequest &request) {
-        return authorized(request, "GET", [this](const Caller &caller, const HttpRequest &r) {
-            return chatInfo(caller, r);
-        });
-    });
+    addAuthorized(router,
+                  QStringLiteral("/api/auth/me"),
+                  false,
+                  "GET",
+                  [this](const Caller &caller, const HttpRequest &) { return me(caller); });
+    addAuthorized(router,
+                  QStringLiteral("/api/chat/client"),
+                  false,
+                  "GET",
+                  [](const Caller &caller, const HttpRequest &) {
+                      return HttpResponse::json(200,
+                                                caller.account.value(QLatin1String("settings")));
+                  });
+    addAuthorized(router,
+                  QStringLiteral("/api/chat/client/info/"),
+                  true,
+                  "GET",
+                  [this](const Caller &caller, const HttpRequest &request) {
+                      return chatInfo(caller, request);
+                  });
     router.addPrefix(QStringLiteral("/api/"), [](const HttpRequest &) {
         return envelope(404, 404, QStringLiteral("Не найдено"));
     });
+}
+
+void ChatApi::addAuthorized(HttpRouter &router,
+                            const QString &path,
+                            bool prefix,
+                            const QByteArray &method,
+                            AuthorizedHandler handler)
+{
+    const HttpRouter::Handler route = [this, method, handler](const HttpRequest &request) {
+        return authorized(request, method, handler);
+    };
+    if (prefix)
+        router.addPrefix(path, route);
+    else
+        router.addExact(path, route);
 }
 
 QJsonObject ChatApi::record(const QString &path) const
@@ -204,7 +224,7 @@ HttpResponse ChatApi::authorized(const HttpRequest &request,
         || apiId.isUndefined())
         return envelope(401, 401, QStringLiteral("Недействительный токен"));
     caller.user = record(QStringLiteral("users/%1").arg(idOf(apiId)));
-    if (request.method != method)
+    if (!method.isEmpty() && request.method != method)
         return badMethod();
     HttpResponse response = handler(caller, request);
     const QByteArray renewed = m_tokens.renewal(caller.holder);

@@ -25,19 +25,7 @@ class TokenIssuer;
 class ChatApi
 {
 public:
-    ChatApi(RealtimeDatabase *database, const TokenIssuer *issuer);
-
-    void install(HttpRouter &router);
-
-    ApiTokens &tokens() { return m_tokens; }
-    LoginThrottle &throttle() { return m_throttle; }
-
-    static HttpResponse envelope(int httpStatus,
-                                 int statusCode,
-                                 const QString &message,
-                                 const QJsonObject &errors = QJsonObject());
-
-private:
+    // Who a request comes from, once its token has been checked.
     struct Caller
     {
         ApiTokens::Holder holder;
@@ -46,17 +34,43 @@ private:
     };
     using AuthorizedHandler = std::function<HttpResponse(const Caller &, const HttpRequest &)>;
 
+    ChatApi(RealtimeDatabase *database, const TokenIssuer *issuer);
+
+    void install(HttpRouter &router);
+    // Serves path (or everything under it, for a prefix) to callers with a valid token, with that
+    // method only (any, when empty: the handler tells them apart); the token is renewed on the
+    // reply when its time runs short.
+    void addAuthorized(HttpRouter &router,
+                       const QString &path,
+                       bool prefix,
+                       const QByteArray &method,
+                       AuthorizedHandler handler);
+
+    ApiTokens &tokens() { return m_tokens; }
+    LoginThrottle &throttle() { return m_throttle; }
+    RealtimeDatabase *database() const { return m_database; }
+    // Where outboxes and uploaded files are kept.
+    void setDataDirectory(const QString &path) { m_dataDirectory = path; }
+    QString dataDirectory() const { return m_dataDirectory; }
+
+    // A record under "chat-api/"; empty when there is none.
+    QJsonObject record(const QString &path) const;
+
+    static HttpResponse envelope(int httpStatus,
+                                 int statusCode,
+                                 const QString &message,
+                                 const QJsonObject &errors = QJsonObject());
+
+private:
     HttpResponse login(const HttpRequest &request);
     HttpResponse me(const Caller &caller) const;
     HttpResponse chatInfo(const Caller &caller, const HttpRequest &request) const;
-    // Checks the token and the method, runs the handler, and renews the token on the reply.
     HttpResponse authorized(const HttpRequest &request,
                             const QByteArray &method,
                             const AuthorizedHandler &handler) const;
 
-    QJsonObject record(const QString &path) const;
-
     RealtimeDatabase *m_database;
     ApiTokens m_tokens;
     LoginThrottle m_throttle;
+    QString m_dataDirectory;
 };

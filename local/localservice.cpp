@@ -155,6 +155,7 @@ void LocalService::installRoutes()
 
     m_chatApi = std::make_unique<ChatApi>(m_database, m_tokens.get());
     m_chatApi->tokens().setLifetime(m_options.apiTokenLifetime);
+    m_chatApi->setDataDirectory(m_options.dataDirectory);
     m_chatApi->install(router);
     m_demoFiles = std::make_unique<DemoFiles>();
     m_demoFiles->install(router);
