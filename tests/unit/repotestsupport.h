@@ -49,13 +49,22 @@ inline QJsonObject fixture(const QString &name)
     return fixtureDocument(name).object();
 }
 
-inline QJsonObject json(const char *text)
+// Any JSON value written as text ("null", "5", "\"text\"", "{...}").
+inline QJsonValue jsonValue(const QString &text)
 {
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(QByteArray(text), &error);
-    if (error.error != QJsonParseError::NoError || !document.isObject())
-        qFatal("bad JSON in test: %s", text);
-    return document.object();
+    const QJsonArray array = QJsonDocument::fromJson("[" + text.toUtf8() + "]", &error).array();
+    if (error.error != QJsonParseError::NoError || array.size() != 1)
+        qFatal("bad JSON in test: %s", qPrintable(text));
+    return array.at(0);
+}
+
+inline QJsonObject json(const char *text)
+{
+    const QJsonValue value = jsonValue(QString::fromUtf8(text));
+    if (!value.isObject())
+        qFatal("not a JSON object in test: %s", text);
+    return value.toObject();
 }
 
 // A stream event at a path relative to the subscription, as the merge operations receive it.
@@ -91,6 +100,16 @@ inline QList<FirebaseChat> chatsFrom(const QJsonObject &snapshot)
     return chats;
 }
 
+// The ids of records, in list order.
+template<typename Record>
+auto idsOf(const QList<Record> &records)
+{
+    QList<decltype(records.first().getId())> ids;
+    for (const Record &record : records)
+        ids.append(record.getId());
+    return ids;
+}
+
 // Users, user keys and the session of the fixtures: Anna signed in.
 inline void resetAccount()
 {
@@ -123,10 +142,7 @@ public:
 
 private:
     static QString text(const QString &value) { return value; }
-    static QString text(bool value)
-    {
-        return value ? QStringLiteral("true") : QStringLiteral("false");
-    }
+    static QString text(bool value) { return QLatin1String(value ? "true" : "false"); }
     static QString text(qint64 value) { return QString::number(value); }
     static QString text(const QList<FirebaseUser> &users)
     {
