@@ -1,5 +1,6 @@
 #include "local/chatapi.h"
 
+#include "local/chatoperations.h"
 #include "local/databasepath.h"
 #include "local/httprouter.h"
 #include "local/jsoncodec.h"
@@ -17,16 +18,6 @@ namespace {
 
 const QString kRoot = QStringLiteral("chat-api");
 
-// The service's ids arrive as numbers or as strings of digits.
-qint64 idOf(const QJsonValue &value)
-{
-    if (value.isDouble())
-        return qint64(value.toDouble());
-    bool ok = false;
-    const qint64 id = value.toString().toLongLong(&ok);
-    return ok ? id : -1;
-}
-
 HttpResponse badMethod()
 {
     return ChatApi::envelope(405, 405, QStringLiteral("Метод не поддерживается"));
@@ -36,9 +27,26 @@ HttpResponse badMethod()
 
 ChatApi::ChatApi(RealtimeDatabase *database, const TokenIssuer *issuer)
     : m_database(database)
+    , m_issuer(issuer)
     , m_tokens(issuer)
     , m_throttle([issuer] { return issuer->clock()->nowMs(); })
+    , m_operations(std::make_unique<ChatOperations>(this))
 {}
+
+ChatApi::~ChatApi() = default;
+
+qint64 ChatApi::idOf(const QJsonValue &value)
+{
+    if (value.isDouble()) {
+        const double number = value.toDouble();
+        return number >= 0 && number < 9007199254740992.0 && number == qint64(number)
+                   ? qint64(number)
+                   : -1;
+    }
+    bool ok = false;
+    const qint64 id = value.toString().toLongLong(&ok);
+    return ok && id >= 0 ? id : -1;
+}
 
 HttpResponse ChatApi::envelope(int httpStatus,
                                int statusCode,
@@ -75,6 +83,7 @@ void ChatApi::install(HttpRouter &router)
                   [this](const Caller &caller, const HttpRequest &request) {
                       return chatInfo(caller, request);
                   });
+    m_operations->install(router);
     router.addPrefix(QStringLiteral("/api/"), [](const HttpRequest &) {
         return envelope(404, 404, QStringLiteral("Не найдено"));
     });
@@ -101,6 +110,16 @@ QJsonObject ChatApi::record(const QString &path) const
     if (!DatabasePath::parse(kRoot + QLatin1Char('/') + path, &parsed))
         return {};
     return m_database->value(parsed).toObject();
+}
+
+bool ChatApi::write(const QString &path, const QJsonValue &value) const
+{
+    DatabasePath parsed;
+    QJsonValue prepared;
+    QString error;
+    return DatabasePath::parse(path, &parsed)
+           && m_database->prepareValue(parsed, value, m_issuer->clock()->nowMs(), &prepared, &error)
+           && m_database->set(parsed, prepared, &error);
 }
 
 HttpResponse ChatApi::login(const HttpRequest &request)

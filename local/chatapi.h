@@ -8,7 +8,9 @@
 #include <QJsonObject>
 
 #include <functional>
+#include <memory>
 
+class ChatOperations;
 class HttpRouter;
 class RealtimeDatabase;
 class TokenIssuer;
@@ -35,6 +37,7 @@ public:
     using AuthorizedHandler = std::function<HttpResponse(const Caller &, const HttpRequest &)>;
 
     ChatApi(RealtimeDatabase *database, const TokenIssuer *issuer);
+    ~ChatApi();
 
     void install(HttpRouter &router);
     // Serves path (or everything under it, for a prefix) to callers with a valid token, with that
@@ -55,6 +58,17 @@ public:
 
     // A record under "chat-api/"; empty when there is none.
     QJsonObject record(const QString &path) const;
+    // Writes a value (null deletes) at a database path, server values resolved and listeners
+    // told, as the hosted service's own writes are; false when the database refuses it.
+    bool write(const QString &path, const QJsonValue &value) const;
+    // The same under "chat-api/".
+    bool writeRecord(const QString &path, const QJsonValue &value) const
+    {
+        return write(QStringLiteral("chat-api/") + path, value);
+    }
+
+    // The service's ids arrive as numbers or as strings of digits; -1 for anything else.
+    static qint64 idOf(const QJsonValue &value);
 
     static HttpResponse envelope(int httpStatus,
                                  int statusCode,
@@ -70,7 +84,9 @@ private:
                             const AuthorizedHandler &handler) const;
 
     RealtimeDatabase *m_database;
+    const TokenIssuer *m_issuer;
     ApiTokens m_tokens;
     LoginThrottle m_throttle;
     QString m_dataDirectory;
+    std::unique_ptr<ChatOperations> m_operations;
 };

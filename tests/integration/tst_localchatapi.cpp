@@ -43,11 +43,23 @@ private slots:
     void answersMapWithoutLoss();
     void tokensAreRenewedAndRefused();
     void wrongPasswordsAreSlowedDown();
+    void operations_data();
+    void operations();
+    void quickAnswersReachTheRealtimeDatabase();
 
 private:
     HttpResult login(const QByteArray &body)
     {
         return m_rest->send("POST", "/api/auth/login", body);
+    }
+    QByteArray signIn()
+    {
+        return login(loginBody(DemoSeed::operatorLogin, DemoSeed::password))
+            .headers.value("authorization");
+    }
+    HttpResult call(const QByteArray &verb, const QString &path, const QByteArray &body)
+    {
+        return m_rest->send(verb, path, body, {{"Authorization", "bearer " + signIn()}});
     }
     HttpResult get(const QString &path, const QByteArray &token)
     {
@@ -207,6 +219,114 @@ void TestLocalChatApi::wrongPasswordsAreSlowedDown()
     clock->advance(20);
     QVERIFY(login(right).json.toObject().contains("user"));
     m_local.service()->chatApi()->throttle().setSettings(LoginThrottle::Settings());
+}
+
+void TestLocalChatApi::operations_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<int>("statusCode"); // 0: done
+
+    QTest::newRow("block") << "visitor/block" << QByteArray("{\"chat_id\":70002}") << 0;
+    QTest::newRow("block_ip") << "visitor/block_ip" << QByteArray("{\"chat_id\":70002}") << 0;
+    QTest::newRow("another account's chat")
+        << "visitor/block" << QByteArray("{\"chat_id\":80001}") << 404;
+    QTest::newRow("crm") << "send_crm"
+                         << QByteArray("{\"chat_id\":70001,\"data\":{\"name\":\"Е \\\"В\\\"\"}}")
+                         << 0;
+    QTest::newRow("crm without a contact")
+        << "send_crm" << QByteArray("{\"chat_id\":70001,\"data\":{}}") << 422;
+    QTest::newRow("mail") << "send_to_email"
+                          << QByteArray("{\"chat_id\":70001,\"message\":\"Ждём вас\"}") << 0;
+    QTest::newRow("mail without an address")
+        << "send_to_email" << QByteArray("{\"chat_id\":70002,\"message\":\"Ждём\"}") << 422;
+    QTest::newRow("pay link") << "create_pay_link"
+                              << QByteArray(
+                                     "{\"widget_id\":601,\"title\":\"Заказ\",\"amount\":990}")
+                              << 0;
+    QTest::newRow("pay link, no pay system")
+        << "create_pay_link" << QByteArray("{\"widget_id\":603,\"title\":\"З\",\"amount\":1}")
+        << 422;
+    QTest::newRow("pay link, no amount")
+        << "create_pay_link" << QByteArray("{\"widget_id\":601,\"title\":\"З\",\"amount\":0}")
+        << 422;
+    QTest::newRow("not JSON") << "send_crm" << QByteArray("{") << 400;
+}
+
+void TestLocalChatApi::operations()
+{
+    QFETCH(QString, path);
+    QFETCH(QByteArray, body);
+    QFETCH(int, statusCode);
+    const HttpResult result = call("POST", "/api/chat/client/" + path, body);
+    QCOMPARE(result.status, 200);
+    const QJsonObject reply = result.json.toObject();
+    QCOMPARE(reply.value("status_code").toInt(), statusCode);
+    if (statusCode)
+        return;
+    if (path == "visitor/block") {
+        const HttpResult info = call("GET", "/api/chat/client/info/70002", {});
+        QVERIFY(JsonParser::getApiChatInfoFromJson(info.json.toObject()).getVisit().getBlocked());
+    } else if (path == "create_pay_link") {
+        const ApiPayment payment = JsonParser::getApiPaymentFromJson(reply);
+        QVERIFY(payment.getLink().startsWith("https://") && payment.getPaySystem() == "yookassa");
+    } else if (path.startsWith("send_")) {
+        // What was sent arrives in the outbox exactly as typed.
+        QFile outbox(QDir(m_local.dataDirectory())
+                         .filePath(path == "send_crm" ? "outbox/crm.jsonl" : "outbox/email.jsonl"));
+        QVERIFY(outbox.open(QIODevice::ReadOnly));
+        const QJsonObject sent = QJsonDocument::fromJson(outbox.readAll().split('\n').first())
+                                     .object();
+        QCOMPARE(sent.value("chat_id").toInt(), 70001);
+        QVERIFY(path == "send_to_email" || sent.value("data").toObject().value("name") == "Е \"В\"");
+    }
+}
+
+void TestLocalChatApi::quickAnswersReachTheRealtimeDatabase()
+{
+    const QString idToken
+        = m_rest->exchangeCustomToken(signIn()).json.toObject().value("idToken").toString();
+    const auto stored = [&](qint64 id) {
+        return m_rest
+            ->send("GET",
+                   QString("/services/1/accounts/101/quick-answers/%1.json?auth=%2")
+                       .arg(id)
+                       .arg(idToken))
+            .json;
+    };
+    const auto answerId = [](const HttpResult &result) {
+        return qint64(result.json.toObject().value("id").toDouble());
+    };
+    const qint64 id = answerId(call("POST",
+                                    "/api/chat/client/fast_message",
+                                    "{\"message\":\"Добрый день!\\nЧем помочь?\",\"type\":0,"
+                                    "\"site_id\":null}"));
+    QVERIFY(id > 0);
+    FirebaseQuickAnswer answer = JsonParser::getQuickAnswerFromJson(stored(id).toObject());
+    QCOMPARE(answer.getText(), QString("Добрый день!\nЧем помочь?"));
+    QCOMPARE(stored(id).toObject().value("type").toString(), QString("account"));
+
+    QCOMPARE(call("PUT", QString("/api/chat/client/fast_message/%1").arg(id), "{\"message\":\"Да\"}")
+                 .json.toObject()
+                 .value("status")
+                 .toString(),
+             QString("ok"));
+    QCOMPARE(stored(id).toObject().value("text").toString(), QString("Да"));
+    call("DELETE", QString("/api/chat/client/fast_message/%1").arg(id), {});
+    QVERIFY(stored(id).isNull());
+
+    // A personal answer is the operator's own (1001), not a colleague's.
+    const QByteArray personal = "{\"message\":\"Личный\",\"type\":1,\"user_id\":%1}";
+    QCOMPARE(call("POST",
+                  "/api/chat/client/fast_message",
+                  QByteArray(personal).replace("%1", "1003"))
+                 .json.toObject()
+                 .value("status_code")
+                 .toInt(),
+             403);
+    const qint64 own = answerId(
+        call("POST", "/api/chat/client/fast_message", QByteArray(personal).replace("%1", "1001")));
+    QCOMPARE(stored(own).toObject().value("userId").toInt(), 1001);
 }
 
 QTEST_GUILESS_MAIN(TestLocalChatApi)
