@@ -933,7 +933,8 @@ QVector<ChatScript> Builder::liveChats(QHash<QString, QJsonObject> *chats) const
         .text(elena, "Красивый! А что с доставкой?")
         .file(kOlga, m_base, "delivery-terms.txt", "Условия доставки.txt")
         .text(kOlga,
-              "Отправила условия. По Москве привезём за 1–2 дня, от 5 000 ₽ "
+              "Отправила условия. По Москве привезём за 1–2 дня, от 5 000 "
+              "₽ "
               "бесплатно.")
         .text(elena, "Хорошо, подумаю до завтра.")
         .text(kOlga, "Конечно! Если появятся вопросы — пишите сюда же.")
