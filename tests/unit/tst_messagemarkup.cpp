@@ -54,8 +54,10 @@ QTestData &input(const QString &text)
 }
 
 // Runs an operation that rewrites its argument; a returned text that differs shows in the result.
-QString inPlace(QString text, QString (*operation)(QString &))
+template<QString (*operation)(QString &)>
+QString inPlace(const QString &original)
 {
+    QString text = original;
     const QString returned = operation(text);
     return returned == text ? text : text + " but returned " + returned;
 }
@@ -70,9 +72,9 @@ QString literalReplaceLinks(QString text)
     int pos = 0;
     while ((pos = rx.indexIn(text, pos)) != -1) {
         const QString cap = rx.cap(1);
-        QString anchor = cap.contains('@') ? mail(cap) : web(cap, cap);
-        if (!cap.contains('@') && scheme.indexIn(cap) == -1)
-            anchor = web("https://" + cap, cap);
+        const QString anchor = cap.contains('@')           ? mail(cap)
+                               : scheme.indexIn(cap) != -1 ? web(cap, cap)
+                                                           : web("https://" + cap, cap);
         text.replace(pos, cap.length(), anchor);
         pos += anchor.length();
     }
@@ -101,23 +103,16 @@ private slots:
             return EmojiParser::splitTextFromImages(html).join('|');
         };
         // The operations that take a reference must rewrite it and return it as well.
-        const Operation emails = [](const QString &t) {
-            return inPlace(t, LinkParser::replaceEmails);
-        };
-        const Operation clean = [](const QString &t) {
-            return inPlace(t, LinkParser::cleanTextFromHtml);
-        };
-        const Operation fromBreaks = [](const QString &t) {
-            return inPlace(t, LinkParser::replaceHtmlLineBreaks);
-        };
-        const Operation firstLink = [](const QString &t) { return LinkParser::findFirstLink(t); };
+        const Operation emails = inPlace<LinkParser::replaceEmails>;
+        const Operation clean = inPlace<LinkParser::cleanTextFromHtml>;
+        const Operation fromBreaks = inPlace<LinkParser::replaceHtmlLineBreaks>;
+        const Operation firstLink = LinkParser::findFirstLink;
         const Operation images = [](const QString &t) { return LinkParser::replaceImages(t); };
         const Operation toBreaks = [](const QString &t) { return LinkParser::replaceLineBreaks(t); };
         const auto op =
             [](const char *name, Operation operation, const QString &text) -> QTestData & {
             return row(name + (": " + text)) << operation << text;
         };
-        op("replace", replace, "") << "";
         op("replace", replace, "Привет 😀!") << "Привет " + tag("1f600") + "!";
         // U+2764 lies outside the bit test; its variation selector is dropped.
         op("replace", replace, codePoints({0x2764, 0xFE0F})) << codePoints({0x2764});
@@ -134,53 +129,35 @@ private slots:
         op("replace", replace, codePoints({0x2F000})) << codePoints({0x2F000});
         op("replace", replace, QChar(0xD83D) + QString("x"))
             << QChar(QChar::ReplacementCharacter) + QString("x");
-        op("plain", plain, "ok😀") << "oka ai";
         op("plain", plain, "x🇷🇺y") << "xa aia aiy";
-        op("plain", plain, codePoints({0x1F468, 0x200D, 0x1F469})) << "a aia ai";
         op("plain", plain, codePoints({0x2764, 0xFE0F})) << codePoints({0x2764});
         op("plain", plain, "<b>&amp;</b>") << "<b>&amp;</b>";
-        // As QTextEdit::toHtml() writes pictures: double-quoted src, attributes after it.
-        op("restore",
-           restore,
-           "<p>до <img src=\":/emoji/resources/emoji/emoji_1f600\" width=\"20\" height=\"20\" /> "
-           "&amp; <img src=\":/emoji/resources/emoji/emoji_1f1f7_1f1fa\" width=\"20\"\n"
-           "height=\"20\" />после</p>")
-            << "<p>до 😀 &amp; 🇷🇺после</p>";
         op("restore", restore, "<p><img src=\"photo.png\" />текст</p>")
             << "<p><img src=\"photo.png\" />текст</p>";
         // The single-quoted tag that replace() writes is not the export's form and stays.
         op("restore", restore, tag("1f600")) << tag("1f600");
-        op("from name", fromName, "1f600") << "😀";
         op("from name", fromName, "1f1f7_1f1fa") << "🇷🇺";
         op("from name", fromName, "_1f600__2764_") << codePoints({0x1F600, 0x2764});
         op("from name", fromName, "41_263a") << codePoints({'A', 0x263A});
-        op("from name", fromName, "1F600") << "😀";
         op("from name", fromName, "zz") << QString(QChar(0));
         op("from name", fromName, "") << "";
         op("from image", fromImage, R"(<img src=":/emoji/resources/emoji/emoji_1f600" width="20" />)")
             << "😀";
-        op("from image", fromImage, R"(<img src=":/emoji/resources/emoji/emoji_1f1f7_1f1fa" />)")
-            << "🇷🇺";
-        op("from image", fromImage, R"( src=":/emoji/resources/emoji/emoji_1f44d" height="20" )")
-            << "👍";
         op("from image", fromImage, tag("1f600")) << "";
         op("from image", fromImage, R"(<img src="photo.png" />)") << "";
         op("from image", fromImage, R"(<img alt="emoji_1f600" src="photo.png" />)") << "";
         op("from image", fromImage, R"(<img src="photo.png" alt="emoji_1f600" />)") << "";
         op("from image", fromImage, "<img src=\":/emoji/resources/emoji/emoji_1f600") << "";
         op("split", split, "") << "";
-        op("split", split, "текст") << "текст";
         op("split", split, R"(до<img src="a" />после)") << R"(до| src="a" |после)";
         op("split", split, R"(<img src="a"/>x)") << R"( src="a"|x)";
         op("split", split, R"(x<img src="a"/>)") << R"(x| src="a")";
         op("split", split, R"(<img a/><img b/>)") << " a| b";
         op("split", split, R"(x<img src="a")") << R"(x| src="a")";
-        op("emails", emails, "нет адреса") << "нет адреса";
         // "\S+@\S+" takes the punctuation next to the address along.
         op("emails", emails, "пишите ivan@mail.ru, спасибо")
             << "пишите " + mail("ivan@mail.ru,") + " спасибо";
         op("emails", emails, "a@b c@d") << mail("a@b") + " " + mail("c@d");
-        op("first link", firstLink, "") << "";
         op("first link", firstLink, "см. https://a.com/x и http://b.com") << "https://a.com/x";
         op("first link", firstLink, "ftp://f.org/a.zip") << "ftp://f.org/a.zip";
         op("first link", firstLink, "ya.ru и mail.ru, ivan@mail.ru") << "";
@@ -190,7 +167,6 @@ private slots:
         op("clean", clean, "<p>x<br />y</p>") << "xy";
         op("clean", clean, "a < b") << "a < b";
         op("clean", clean, "&lt;b&gt;") << "&lt;b&gt;";
-        op("images", images, "текст") << "текст";
         op("images", images, "x<img src='a'/>y<img src=\"b\" />z") << "xAAyAAz";
         op("images", images, "<img\nsrc='a'/>!") << "AA!";
         op("images", images, "<img src='a'>") << "<img src='a'>";
@@ -209,33 +185,22 @@ private slots:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("html");
-        input("просто текст, 1.5 кг, т.е. так") << "просто текст, 1.5 кг, т.е. так";
         input("см. https://example.com/a?b=1 тут")
             << "см. " + web("https://example.com/a?b=1", "https://example.com/a?b=1") + " тут";
         input("см. example.com/path?q=1&x=2 тут")
             << "см. " + web("https://example.com/path?q=1&x=2", "example.com/path?q=1&x=2")
                    + " тут";
         input("пишите ivan@mail.ru") << "пишите " + mail("ivan@mail.ru");
-        input("john.doe@mail.example.com") << mail("john.doe@mail.example.com");
-        input("example.com/user@name") << mail("example.com/user@name");
         input("https://ya.ru<b") << web("https://ya.ru", "https://ya.ru") + "<b";
-        input("ya.ru" + tag("1f600")) << web("https://ya.ru", "ya.ru") + tag("1f600");
-        input("сайт пример.рф!") << "сайт " + web("https://пример.рф", "пример.рф") + "!";
         input("ab.com и bc@cd.org") << web("https://ab.com", "ab.com") + " и " + mail("bc@cd.org");
         // Host and local part need two characters.
         input("a.com и b@c.org") << "a.com и b@c.org";
         // "^(https?|ftp)" only looks at the start, so these count as having a scheme.
         input("httpbin.org") << web("httpbin.org", "httpbin.org");
         input("ftpmirror.net") << web("ftpmirror.net", "ftpmirror.net");
-        input("file.txt") << web("https://file.txt", "file.txt");
-        input("a@b и host") << "a@b и host";
         input("abc_ya.ru") << "abc_ya.ru";
-        // A combining mark is a word character: no boundary before "ya".
-        row("after a mark") << QString::fromUtf8("e\xcc\x81ya.ru")
-                            << QString::fromUtf8("e\xcc\x81ya.ru");
         // Each half of a surrogate pair is no word character, so an emoji ends a word.
         input("😀ya.ru") << "😀" + web("https://ya.ru", "ya.ru");
-        input("𝟘ya.ru") << "𝟘" + web("https://ya.ru", "ya.ru");
         row("after an unpaired surrogate")
             << QChar(0xD800) + QString("ya.ru") << QChar(0xD800) + web("https://ya.ru", "ya.ru");
         // The e-mail ends inside a word; after its anchor a new word starts.
@@ -298,18 +263,15 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("pictures");
         QTest::addColumn<QString>("expected");
-        row("Привет 😀 мир 👍!") << "Привет 😀 мир 👍!" << 2 << "Привет 😀 мир 👍!";
-        row("😀😀") << "😀😀" << 2 << "😀😀";
-        row("🇷🇺 флаг") << "🇷🇺 флаг" << 2 << "🇷🇺 флаг";
-        row(codePoints({0x1F468, 0x200D, 0x1F469, 0x200D, 0x1F467}))
-            << codePoints({0x1F468, 0x200D, 0x1F469, 0x200D, 0x1F467}) << 3
-            << codePoints({0x1F468, 0x1F469, 0x1F467});
-        row(codePoints({0x2764, 0xFE0F, ' ', 0x1F600}))
-            << codePoints({0x2764, 0xFE0F, ' ', 0x1F600}) << 1
-            << codePoints({0x2764, ' ', 0x1F600});
-        row("a < b & \"c\" 😀 <i>") << "a < b & \"c\" 😀 <i>" << 1 << "a < b & \"c\" 😀 <i>";
-        row("😀 первая\nвторая 🎉") << "😀 первая\nвторая 🎉" << 2 << "😀 первая\nвторая 🎉";
-        row("просто текст") << "просто текст" << 0 << "просто текст";
+        input("Привет 😀 мир 👍!") << 2 << "Привет 😀 мир 👍!";
+        input("🇷🇺 флаг") << 2 << "🇷🇺 флаг";
+        input(codePoints({0x1F468, 0x200D, 0x1F469, 0x200D, 0x1F467}))
+            << 3 << codePoints({0x1F468, 0x1F469, 0x1F467});
+        input(codePoints({0x2764, 0xFE0F, ' ', 0x1F600}))
+            << 1 << codePoints({0x2764, ' ', 0x1F600});
+        input("a < b & \"c\" 😀 <i>") << 1 << "a < b & \"c\" 😀 <i>";
+        input("😀 первая\nвторая 🎉") << 2 << "😀 первая\nвторая 🎉";
+        input("просто текст") << 0 << "просто текст";
     }
     void emojiRoundTripThroughTextEdit()
     {
@@ -337,7 +299,6 @@ private slots:
         QTest::addColumn<QStringList>("lines");
         const QString smiley = tag("1f600");
         const QString link = "<a href=\"https://ya.ru\">https://ya.ru</a>";
-        QTest::newRow("empty") << "" << true << "" << QStringList();
         QTest::newRow("markup characters are escaped")
             << "a <b>x</b> & \"y\"" << true << "a &lt;b&gt;x&lt;/b&gt; &amp; &quot;y&quot;"
             << QStringList{"a <b>x</b> & \"y\""};
@@ -421,14 +382,10 @@ private slots:
         QStringList broken;
         while (it.hasNext()) {
             const QImage image(it.next());
-            const QString name = it.fileName();
-            bool ok = false;
-            const uint codePoint = name.mid(6).toUInt(&ok, 16);
             // The names are those that replace() writes, in the range of its bit test.
-            if (!name.startsWith(QLatin1String("emoji_")) || !ok || codePoint < 0x1F000
-                || codePoint > 0x1FFFF || name != name.toLower() || image.size() != QSize(40, 40)
-                || !image.hasAlphaChannel())
-                broken << name;
+            if (!QRegularExpression("^emoji_1f[0-9a-f]{3}$").match(it.fileName()).hasMatch()
+                || image.size() != QSize(40, 40) || !image.hasAlphaChannel())
+                broken << it.fileName();
             ++count;
         }
         QVERIFY2(broken.isEmpty(), qPrintable(broken.join(QLatin1Char(' '))));
