@@ -1,6 +1,7 @@
 #include "local/chatapi.h"
 
 #include "local/chatoperations.h"
+#include "local/chatservice.h"
 #include "local/databasepath.h"
 #include "local/httprouter.h"
 #include "local/jsoncodec.h"
@@ -31,6 +32,7 @@ ChatApi::ChatApi(RealtimeDatabase *database, const TokenIssuer *issuer)
     , m_tokens(issuer)
     , m_throttle([issuer] { return issuer->clock()->nowMs(); })
     , m_operations(std::make_unique<ChatOperations>(this))
+    , m_service(std::make_unique<ChatService>(this, issuer->clock()))
 {}
 
 ChatApi::~ChatApi() = default;
@@ -84,6 +86,7 @@ void ChatApi::install(HttpRouter &router)
                       return chatInfo(caller, request);
                   });
     m_operations->install(router);
+    m_service->install(router);
     router.addPrefix(QStringLiteral("/api/"), [](const HttpRequest &) {
         return envelope(404, 404, QStringLiteral("Не найдено"));
     });

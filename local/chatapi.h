@@ -11,6 +11,7 @@
 #include <memory>
 
 class ChatOperations;
+class ChatService;
 class HttpRouter;
 class RealtimeDatabase;
 class TokenIssuer;
@@ -52,6 +53,8 @@ public:
     ApiTokens &tokens() { return m_tokens; }
     LoginThrottle &throttle() { return m_throttle; }
     RealtimeDatabase *database() const { return m_database; }
+    // The service's own writes into chats: visitors' side, delivery, the move to history.
+    ChatService *chatService() const { return m_service.get(); }
     // Where outboxes and uploaded files are kept.
     void setDataDirectory(const QString &path) { m_dataDirectory = path; }
     QString dataDirectory() const { return m_dataDirectory; }
@@ -89,4 +92,5 @@ private:
     LoginThrottle m_throttle;
     QString m_dataDirectory;
     std::unique_ptr<ChatOperations> m_operations;
+    std::unique_ptr<ChatService> m_service;
 };

@@ -3,6 +3,7 @@
 #include "localtestsupport.h"
 
 #include "local/chatapi.h"
+#include "local/chatservice.h"
 #include "local/demoseed.h"
 #include "local/serviceclock.h"
 #include "util/jsonparser.h"
@@ -46,6 +47,7 @@ private slots:
     void operations_data();
     void operations();
     void quickAnswersReachTheRealtimeDatabase();
+    void aChatFromInvitationToHistory();
 
 private:
     HttpResult login(const QByteArray &body)
@@ -327,6 +329,80 @@ void TestLocalChatApi::quickAnswersReachTheRealtimeDatabase()
     const qint64 own = answerId(
         call("POST", "/api/chat/client/fast_message", QByteArray(personal).replace("%1", "1001")));
     QCOMPARE(stored(own).toObject().value("userId").toInt(), 1001);
+}
+
+void TestLocalChatApi::aChatFromInvitationToHistory()
+{
+    ChatService *service = m_local.service()->chatApi()->chatService();
+    service->setDeliveryDelayMs(0);
+    service->setArchiveDelayMs(0);
+    const ChatService::Account shop{1, 101};
+    const QString visitor = "-DemoVisGuest0012";
+    const QString olga = "-DemoOpOlga000001";
+    const QString auth
+        = "?auth="
+          + m_rest->exchangeCustomToken(signIn()).json.toObject().value("idToken").toString();
+    const auto value = [&](const QString &path) {
+        return m_rest->send("GET", "/services/1/accounts/101/" + path + ".json" + auth).json;
+    };
+
+    // An operator invites a visitor who is browsing: the chat is hers at once, and asking again
+    // gives the same chat.
+    const QByteArray talk = "{\"visitor\":\"" + visitor.toUtf8() + "\"}";
+    const QString key = call("POST", "/api/chat/client/visitor/talk", talk)
+                            .json.toObject()
+                            .value("chat_key")
+                            .toString();
+    QCOMPARE(call("POST", "/api/chat/client/visitor/talk", talk)
+                 .json.toObject()
+                 .value("chat_key")
+                 .toString(),
+             key);
+    FirebaseChat chat = JsonParser::getFirebaseChatFromJson(value("chats/" + key).toObject());
+    QCOMPARE(chat.getChatStatus(), QString("work"));
+    QCOMPARE(chat.getOperators(), QStringList{olga});
+    QCOMPARE(chat.getVisitor(), visitor);
+    QVERIFY(JsonParser::getFirebaseVisitorFromJson(value("visitors/" + visitor).toObject())
+                .getChatCreated());
+
+    // The visitor types, then writes: the counts rise and the typing ends.
+    service->visitorTypes(shop, key, "Здра");
+    QCOMPARE(value("chats/" + key + "/userText/" + visitor).toString(), QString("Здра"));
+    QVERIFY(service->visitorWrites(shop, key, "Здравствуйте!"));
+    chat = JsonParser::getFirebaseChatFromJson(value("chats/" + key).toObject());
+    QCOMPARE(chat.getUnreadCount(), 1);
+    QCOMPARE(chat.getMessageCount(), qint64(2));
+    QCOMPARE(chat.getLastMessage().getText(), QString("Здравствуйте!"));
+    QVERIFY(chat.getUserText(visitor).isEmpty());
+
+    // An operator's message reaches the visitor's page, then is read there.
+    const QString sent = m_rest
+                             ->send("POST",
+                                    "/services/1/accounts/101/chat-messages/" + key + ".json" + auth,
+                                    "{\"sender\":\"" + olga.toUtf8()
+                                        + "\",\"sentAt\":{\".sv\":\"timestamp\"},\"status\":"
+                                          "\"sent\",\"text\":\"Добрый день\",\"type\":\"text\"}")
+                             .json.toObject()
+                             .value("name")
+                             .toString();
+    const QString status = "chat-messages/" + key + "/" + sent + "/status";
+    QTRY_COMPARE_WITH_TIMEOUT(value(status).toString(), QString("delivered"), 10000);
+    service->visitorReads(shop, key);
+    QCOMPARE(value(status).toString(), QString("read"));
+
+    // Ended, the chat moves to the history with its messages and leaves "chats".
+    m_rest->send("PATCH",
+                 "/services/1/accounts/101/chats/" + key + ".json" + auth,
+                 "{\"status\":\"ended\"}");
+    QTRY_VERIFY_WITH_TIMEOUT(value("chats/" + key).isNull(), 10000);
+    const QJsonObject history = m_local.service()->chatApi()->record(
+        QString("accounts/101/history/%1").arg(chat.getApiId()));
+    QCOMPARE(history.value("chat_messages").toArray().size(), 3);
+    QVERIFY(!value("visitors/" + visitor).toObject().value("chatСreated").toBool());
+
+    // A visitor who leaves is offline, which makes an unanswered chat a missed one.
+    service->visitorLeaves(shop, visitor);
+    QCOMPARE(value("users/" + visitor + "/online"), QJsonValue(false));
 }
 
 QTEST_GUILESS_MAIN(TestLocalChatApi)
