@@ -40,11 +40,9 @@ QJsonValue jsonValue(const QString &text)
     return JsonCodec::decode(jsonBytes(text), &value) ? value : QJsonValue(QJsonValue::Undefined);
 }
 
-void addRow(const char *name, const QStringList &columns)
+void addRow(const char *name, const QString &row)
 {
-    QTestData &row = QTest::newRow(name);
-    for (const QString &column : columns)
-        row << column;
+    QTest::newRow(name) << row.split('|');
 }
 
 LocalTestService::LocalTestService(const LocalService::Options &options)
@@ -66,13 +64,13 @@ bool LocalTestService::start(QString *error)
     return started;
 }
 
-bool LocalTestService::restart(QString *error)
+bool LocalTestService::restart()
 {
     const quint16 port = m_service->port();
     stop();
     m_options.port = port;
     m_options.reset = false;
-    return start(error);
+    return start();
 }
 
 void LocalTestService::stop()
@@ -117,7 +115,7 @@ RestClient::RestClient(const LocalTestService *service)
 HttpResult RestClient::send(const QByteArray &verb,
                             const QString &pathAndQuery,
                             const QByteArray &body,
-                            const QList<QPair<QByteArray, QByteArray>> &headers)
+                            const Headers &headers)
 {
     QNetworkRequest request(m_service->url(pathAndQuery));
     if (m_service->service()->isSecure())
@@ -143,7 +141,7 @@ HttpResult RestClient::send(const QByteArray &verb,
 HttpResult RestClient::database(const QByteArray &verb,
                                 const QString &path,
                                 const QString &body,
-                                const QList<QPair<QByteArray, QByteArray>> &headers)
+                                const Headers &headers)
 {
     const QString query = path.contains('?') ? "&" + path.section('?', 1) : QString();
     const QString target = path.section('?', 0, 0) + ".json?auth=" + token + query;
@@ -152,21 +150,9 @@ HttpResult RestClient::database(const QByteArray &verb,
 
 HttpResult RestClient::exchangeCustomToken(const QByteArray &customToken, const QString &key)
 {
-    const QByteArray body = QJsonDocument(QJsonObject{{"token", QString::fromLatin1(customToken)},
-                                                      {"returnSecureToken", true}})
-                                .toJson(QJsonDocument::Compact);
-    return send("POST", "/identitytoolkit/v3/relyingparty/verifyCustomToken?key=" + key, body);
-}
-
-HttpResult RestClient::refresh(const QString &refreshToken, const QString &key)
-{
-    QUrlQuery form;
-    form.addQueryItem("grant_type", "refresh_token");
-    form.addQueryItem("refresh_token", refreshToken);
     return send("POST",
-                "/v1/token?key=" + key,
-                form.toString(QUrl::FullyEncoded).toUtf8(),
-                {{"Content-Type", "application/x-www-form-urlencoded"}});
+                "/identitytoolkit/v3/relyingparty/verifyCustomToken?key=" + key,
+                "{\"token\":\"" + customToken + "\",\"returnSecureToken\":true}");
 }
 
 RawConnection::RawConnection(const LocalTestService &service)
@@ -254,7 +240,7 @@ RealtimeClient::RealtimeClient(const LocalTestService *service, QObject *parent)
     connect(&m_socket, &QWebSocket::textMessageReceived, this, &RealtimeClient::onText);
 }
 
-bool RealtimeClient::open(const QString &query, int timeoutMs)
+bool RealtimeClient::open(const QString &query)
 {
     QString base = m_service->baseUrl();
     base.replace(QStringLiteral("https://"), QStringLiteral("wss://"));
@@ -268,14 +254,14 @@ bool RealtimeClient::open(const QString &query, int timeoutMs)
         [this] {
             return !m_handshake.isEmpty() || m_socket.state() == QAbstractSocket::UnconnectedState;
         },
-        timeoutMs);
+        10000);
     return settled && !m_handshake.isEmpty();
 }
 
-bool RealtimeClient::waitForDisconnected(int timeoutMs)
+bool RealtimeClient::waitForDisconnected()
 {
     return waitUntil([this] { return m_socket.state() == QAbstractSocket::UnconnectedState; },
-                     timeoutMs);
+                     10000);
 }
 
 qint64 RealtimeClient::send(const QString &action, const QJsonObject &body)
@@ -288,26 +274,21 @@ qint64 RealtimeClient::send(const QString &action, const QJsonObject &body)
     return number;
 }
 
-QJsonObject RealtimeClient::waitForAnswer(qint64 requestNumber, int timeoutMs)
+QJsonObject RealtimeClient::waitForAnswer(qint64 requestNumber)
 {
-    waitUntil([&] { return m_answers.contains(requestNumber); }, timeoutMs);
+    waitUntil([&] { return m_answers.contains(requestNumber); }, 10000);
     return m_answers.take(requestNumber);
 }
 
-QJsonObject RealtimeClient::request(const QString &action, const QJsonObject &body, int timeoutMs)
+QJsonObject RealtimeClient::nextPush()
 {
-    return waitForAnswer(send(action, body), timeoutMs);
-}
-
-QJsonObject RealtimeClient::nextPush(int timeoutMs)
-{
-    waitUntil([this] { return !m_pushes.isEmpty(); }, timeoutMs);
+    waitUntil([this] { return !m_pushes.isEmpty(); }, 10000);
     return m_pushes.isEmpty() ? QJsonObject() : m_pushes.takeFirst();
 }
 
-QString RealtimeClient::nextPushText(int timeoutMs)
+QString RealtimeClient::nextPushText()
 {
-    const QJsonObject push = nextPush(timeoutMs);
+    const QJsonObject push = nextPush();
     const QJsonObject body = push.value("b").toObject();
     QString text = push.value("a").toString() + ' '
                    + body.value("p").toString().remove(QStringLiteral("services/7/accounts/"));

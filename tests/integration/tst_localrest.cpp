@@ -16,18 +16,203 @@ class TestLocalRest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
+    void initTestCase()
+    {
+        QVERIFY(m_local.start());
+        m_rest = std::make_unique<RestClient>(&m_local);
+        m_token = m_rest->token = m_local.idToken(9, "operator-1");
+    }
+
+    void init() { QCOMPARE(call("PUT", kAccount, kChats).status, 200); }
+
     void cleanup() { m_local.service()->clock()->reset(); }
 
-    void writesStoreAndEchoWhatTheyStore_data();
-    void writesStoreAndEchoWhatTheyStore();
-    void serverValuesAndNamesComeFromTheServiceClock();
-    void refusedRequestsChangeNothing_data();
-    void refusedRequestsChangeNothing();
-    void queriesFilterAndOrder_data();
-    void queriesFilterAndOrder();
-    void printShallowAndEtagOptions();
+    void writesStoreAndEchoWhatTheyStore_data()
+    {
+        // verb, path, body, answer, and the account's whole tree afterwards
+        QTest::addColumn<QStringList>("row");
+        const QString b = "'b':{'s':1}", onlyB = "{'chats':{" + b + "}}";
+        const QString stored = "{'n':3,'v':{'name':'Анна ✓'},'t':['x']}";
+        addRow("put drops nulls and empty objects",
+               "PUT|/chats/c|" + stored.chopped(1) + ",'e':{},'g':null}|" + stored
+                   + "|{'chats':{'a':{'s':1}," + b + ",'c':" + stored + "}}");
+        addRow("get below", "GET|/chats/a/s||1|" + kChats);
+        addRow("get nothing", "GET|/none||null|" + kChats);
+        addRow("scalar replaces tree", "PUT|/chats/a|1|1|{'chats':{'a':1," + b + "}}");
+        addRow("tree replaces scalar",
+               "PUT|/chats/a/s/x|2|2|{'chats':{'a':{'s':{'x':2}}," + b + "}}");
+        addRow("mostly used indexes: array",
+               "PUT|/chats|{'0':1,'1':2,'3':4}|[1,2,null,4]|{'chats':[1,2,null,4]}");
+        addRow("sparse indexes: object",
+               "PUT|/chats|{'0':1,'5':2}|{'0':1,'5':2}|{'chats':{'0':1,'5':2}}");
+        const QString update = "{'a/n':0,'a/op':'o1','b':null,'c/s':2}";
+        addRow("patch sets each path, keeps siblings",
+               "PATCH|/chats|" + update + "|" + update
+                   + "|{'chats':{'a':{'s':1,'n':0,'op':'o1'},'c':{'s':2}}}");
+        addRow("patch from above the account",
+               "PATCH|/services/7|{'accounts/9/x':4}|{'accounts/9/x':4}|{'x':4," + kChats.mid(1));
+        addRow("delete prunes empty parents", "DELETE|/chats/a/s||null|" + onlyB);
+        addRow("put null deletes", "PUT|/chats/a|null|null|" + onlyB);
+        addRow("put {} deletes", "PUT|/chats/a|{}|null|" + onlyB);
+        addRow("last child gone", "DELETE|/chats||null|null");
+    }
+
+    void writesStoreAndEchoWhatTheyStore()
+    {
+        QFETCH(QStringList, row);
+        const QString verb = row[0], path = row[1], body = row[2], answer = row[3],
+                      account = row[4];
+        const HttpResult result = call(verb.toLatin1(),
+                                       path.startsWith("/services") ? path : kAccount + path,
+                                       body);
+        QCOMPARE(result.status, 200);
+        QCOMPARE(result.json, jsonValue(answer));
+        QCOMPARE(call("GET", kAccount).json, jsonValue(account));
+        if (account == "null") // no empty account, accounts or service left behind
+            QCOMPARE(m_local.service()->database()->value(DatabasePath()), QJsonValue());
+    }
+
+    void serverValuesAndNamesComeFromTheServiceClock()
+    {
+        ServiceClock *clock = m_local.service()->clock();
+        clock->freeze();
+        clock->advance(10 * 60 * 1000); // away from the system's time, within the token's hour
+        const double now = clock->nowMs();
+        const QString chat = kAccount + "/chats/c";
+        QCOMPARE(call("PUT", chat, "{'t':{'.sv':'timestamp'},'n':{'.sv':{'increment':2}}}").json,
+                 QJsonValue(QJsonObject{{"t", now}, {"n", 2}}));
+        QCOMPARE(call("PATCH", chat, "{'n':{'.sv':{'increment':5}}}").json, jsonValue("{'n':7}"));
+        QCOMPARE(call("GET", chat).json, QJsonValue(QJsonObject{{"t", now}, {"n", 7}}));
+
+        // Names: the time in 8 characters, then a part that keeps names of one millisecond apart.
+        const QString alphabet = "-0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz";
+        QStringList names;
+        for (int i = 0; i < 20; ++i) {
+            if (i == 10)
+                clock->advance(1);
+            names.append(call("POST", kAccount + "/m", QString::number(i)).json["name"].toString());
+            qint64 time = 0;
+            for (const QChar c : names.last().left(8))
+                time = time * 64 + alphabet.indexOf(c);
+            QCOMPARE(time, clock->nowMs());
+            QCOMPARE(names.last().size(), 20);
+            for (const QChar c : names.last())
+                QVERIFY(alphabet.contains(c));
+            QVERIFY2(i == 0 || names.at(i - 1) < names.at(i), qPrintable(names.last()));
+        }
+        const QJsonObject stored = call("GET", kAccount + "/m").json.toObject();
+        QCOMPARE(stored.size(), names.size());
+        for (int i = 0; i < names.size(); ++i)
+            QCOMPARE(stored.value(names.at(i)).toInt(), i);
+    }
+
+    void refusedRequestsChangeNothing_data()
+    {
+        // verb, target (from the root, with the query), body, status, and the error: empty for
+        // any text, "-" for none.
+        QTest::addColumn<QStringList>("row");
+        const QString a = kAccount + ".json?auth=", t = m_token, denied = "Permission denied";
+        addRow("another account", "GET|/services/7/accounts/10.json?auth=" + t + "||401|" + denied);
+        addRow("another service", "PUT|/services/8/accounts/9.json?auth=" + t + "|1|401|" + denied);
+        addRow("above the account", "POST|/services/7/accounts.json?auth=" + t + "|1|401|" + denied);
+        addRow("the root", "DELETE|/.json?auth=" + t + "||401|" + denied);
+        addRow("one key outside",
+               "PATCH|/services/7/accounts.json?auth=" + t + "|{'9/x':1,'10/x':1}|401|" + denied);
+        addRow("another account's token", "GET|" + a + m_local.idToken(10) + "||401|" + denied);
+        addRow("no token", "GET|" + kAccount + ".json||401|" + denied);
+        QString tampered = t;
+        tampered[t.indexOf('.') + 5] = t.at(t.indexOf('.') + 5) == 'A' ? 'B' : 'A';
+        const QString custom = m_local.service()->mintCustomToken(7, 9, "op");
+        const QString badToken = "Could not parse auth token.";
+        addRow("garbage token", "GET|" + a + "garbage||401|" + badToken);
+        addRow("tampered token", "GET|" + a + tampered + "||401|" + badToken);
+        addRow("custom token", "GET|" + a + custom + "||401|" + badToken);
+        addRow("unsigned token", "GET|" + a + t.section('.', 0, 1) + ".||401|" + badToken);
+        addRow("emulator's owner", "GET|" + a + "owner||401|" + badToken);
+        addRow("not JSON",
+               "PUT|" + a + t
+                   + "|{no|400|Invalid data; couldn't parse JSON object, array, or value.");
+        addRow("empty body", "PUT|" + a + t + "||400|");
+        addRow("two values", "PUT|" + a + t + "|1 2|400|");
+        addRow("bad key", "PUT|" + a + t + "|{'in valid.key':1}|400|");
+        addRow("bad server value", "PUT|" + a + t + "|{'.sv':'x'}|400|");
+        addRow("$ in path", "PUT|" + kAccount + "/a$b.json?auth=" + t + "|1|400|");
+        addRow("[ in path", "PUT|" + kAccount + "/a%5Bb.json?auth=" + t + "|1|400|");
+        addRow("patch: key above key", "PATCH|" + a + t + "|{'a':1,'a/b':2}|400|");
+        addRow("patch: bad key deeper", "PATCH|" + a + t + "|{'a':{'x$':1}}|400|");
+        addRow("patch: array", "PATCH|" + a + t + "|[1,2]|400|");
+        addRow("patch: string", "PATCH|" + a + t + "|'s'|400|");
+        addRow("another database", "PUT|" + a + t + "&ns=elsewhere|1|404|");
+        addRow("no .json", "PUT|" + kAccount + "?auth=" + t + "|1|404|-");
+        addRow("unknown verb", "PROPFIND|" + a + t + "||405|");
+    }
+
+    void refusedRequestsChangeNothing()
+    {
+        QFETCH(QStringList, row);
+        const QString verb = row[0], target = row[1], body = row[2], status = row[3],
+                      error = row[4];
+        const HttpResult result = m_rest->send(verb.toLatin1(), target, jsonBytes(body));
+        QCOMPARE(QString::number(result.status), status);
+        const QJsonValue text = result.json["error"];
+        if (error != "-")
+            QVERIFY2(text.isString() && (error.isEmpty() || text == error), result.body);
+        QCOMPARE(call("GET", kAccount).json, jsonValue(kChats));
+    }
+
+    void queriesFilterAndOrder_data()
+    {
+        QTest::addColumn<QStringList>("row"); // query, keys
+        addRow("first by child", "orderBy=%22t%22&limitToFirst=2|c2 c4");
+        addRow("last by child", "orderBy=%22t%22&limitToLast=2|c1 c3");
+        addRow("range", "orderBy=%22t%22&startAt=15&endAt=30|c1 c3");
+        addRow("equal", "orderBy=%22s%22&equalTo=%22closed%22|c2");
+        addRow("key from", "orderBy=%22$key%22&startAt=%22c3%22|c3 c4");
+        addRow("last by key", "orderBy=%22$key%22&limitToLast=1|c4");
+        addRow("no orderBy", "limitToFirst=1|");
+        addRow("orderBy not JSON", "orderBy=t|");
+        addRow("number for a key", "orderBy=%22$key%22&startAt=1|");
+        addRow("negative limit", "orderBy=%22t%22&limitToFirst=-1|");
+        addRow("shallow and query", "shallow=true&orderBy=%22t%22|");
+    }
+
+    void queriesFilterAndOrder()
+    {
+        QFETCH(QStringList, row);
+        const QString query = row[0], keys = row[1];
+        call("PUT",
+             kAccount + "/chats",
+             "{'c1':{'t':30,'s':'open'},'c2':{'t':10,'s':'closed'},'c3':{'t':20},'c4':{'s':'open'}"
+             "}");
+        const HttpResult result = call("GET", kAccount + "/chats?" + query);
+        QCOMPARE(result.status, keys.isEmpty() ? 400 : 200);
+        if (!keys.isEmpty())
+            QCOMPARE(result.json.toObject().keys().join(' '), keys);
+    }
+
+    void printShallowAndEtagOptions()
+    {
+        const HttpResult silent = call("PUT", kAccount + "/a?print=silent", "1");
+        QCOMPARE(silent.status, 204);
+        QVERIFY(silent.body.isEmpty());
+        QCOMPARE(call("GET", kAccount + "/a").json, QJsonValue(1));
+        QVERIFY(call("GET", kAccount + "?print=pretty").body.contains("\n"));
+        QCOMPARE(call("GET", kAccount + "/chats?shallow=true").json,
+                 jsonValue("{'a':true,'b':true}"));
+        // The bearer header alone is enough.
+        const QByteArray bearer = "Bearer " + m_token.toLatin1();
+        QCOMPARE(m_rest->send("GET", kAccount + "/a.json", {}, {{"Authorization", bearer}}).json,
+                 QJsonValue(1));
+
+        const QByteArray etag = call("GET", kAccount + "/a", {}, {{"X-Firebase-ETag", "true"}})
+                                    .headers.value("etag");
+        QVERIFY(!etag.isEmpty());
+        const HttpResult stale = call("PUT", kAccount + "/a", "2", {{"if-match", "other"}});
+        QCOMPARE(stale.status, 412);
+        QCOMPARE(stale.headers.value("etag"), etag);
+        QCOMPARE(call("PUT", kAccount + "/a", "2", {{"if-match", etag}}).status, 200);
+        QCOMPARE(call("GET", kAccount + "/a").json, QJsonValue(2));
+    }
 
 private:
     HttpResult call(const QByteArray &verb,
@@ -42,221 +227,6 @@ private:
     std::unique_ptr<RestClient> m_rest;
     QString m_token;
 };
-
-void TestLocalRest::initTestCase()
-{
-    QVERIFY(m_local.start());
-    m_rest = std::make_unique<RestClient>(&m_local);
-    m_token = m_rest->token = m_local.idToken(9, "operator-1");
-}
-
-void TestLocalRest::init()
-{
-    QCOMPARE(call("PUT", kAccount, kChats).status, 200);
-}
-
-void TestLocalRest::writesStoreAndEchoWhatTheyStore_data()
-{
-    for (const char *column : {"verb", "path", "body", "answer", "account"})
-        QTest::addColumn<QString>(column); // account: its whole tree afterwards
-    const QString b = "'b':{'s':1}", onlyB = "{'chats':{" + b + "}}";
-    const QString stored = "{'n':3,'v':{'name':'Анна ✓'},'t':['x']}";
-    addRow("put drops nulls and empty objects",
-           {"PUT",
-            "/chats/c",
-            stored.chopped(1) + ",'e':{},'g':null}",
-            stored,
-            "{'chats':{'a':{'s':1}," + b + ",'c':" + stored + "}}"});
-    addRow("get below", {"GET", "/chats/a/s", "", "1", kChats});
-    addRow("get nothing", {"GET", "/none", "", "null", kChats});
-    addRow("scalar replaces tree", {"PUT", "/chats/a", "1", "1", "{'chats':{'a':1," + b + "}}"});
-    addRow("tree replaces scalar",
-           {"PUT", "/chats/a/s/x", "2", "2", "{'chats':{'a':{'s':{'x':2}}," + b + "}}"});
-    addRow("mostly used indexes: array",
-           {"PUT", "/chats", "{'0':1,'1':2,'3':4}", "[1,2,null,4]", "{'chats':[1,2,null,4]}"});
-    addRow("sparse indexes: object",
-           {"PUT", "/chats", "{'0':1,'5':2}", "{'0':1,'5':2}", "{'chats':{'0':1,'5':2}}"});
-    const QString update = "{'a/n':0,'a/op':'o1','b':null,'c/s':2}";
-    addRow("patch sets each path, keeps siblings",
-           {"PATCH",
-            "/chats",
-            update,
-            update,
-            "{'chats':{'a':{'s':1,'n':0,'op':'o1'},'c':{'s':2}}}"});
-    addRow("patch from above the account",
-           {"PATCH",
-            "/services/7",
-            "{'accounts/9/x':4}",
-            "{'accounts/9/x':4}",
-            "{'x':4," + kChats.mid(1)});
-    addRow("delete prunes empty parents", {"DELETE", "/chats/a/s", "", "null", onlyB});
-    addRow("put null deletes", {"PUT", "/chats/a", "null", "null", onlyB});
-    addRow("put {} deletes", {"PUT", "/chats/a", "{}", "null", onlyB});
-    addRow("last child gone", {"DELETE", "/chats", "", "null", "null"});
-}
-
-void TestLocalRest::writesStoreAndEchoWhatTheyStore()
-{
-    QFETCH(QString, verb);
-    QFETCH(QString, path);
-    QFETCH(QString, body);
-    QFETCH(QString, answer);
-    QFETCH(QString, account);
-    const HttpResult result = call(verb.toLatin1(),
-                                   path.startsWith("/services") ? path : kAccount + path,
-                                   body);
-    QCOMPARE(result.status, 200);
-    QCOMPARE(result.json, jsonValue(answer));
-    QCOMPARE(call("GET", kAccount).json, jsonValue(account));
-    if (account == "null") // no empty account, accounts or service left behind
-        QCOMPARE(m_local.service()->database()->value(DatabasePath()), QJsonValue());
-}
-
-void TestLocalRest::serverValuesAndNamesComeFromTheServiceClock()
-{
-    ServiceClock *clock = m_local.service()->clock();
-    clock->freeze();
-    clock->advance(10 * 60 * 1000); // away from the system's time, within the token's hour
-    const double now = clock->nowMs();
-    const QString chat = kAccount + "/chats/c";
-    QCOMPARE(call("PUT", chat, "{'t':{'.sv':'timestamp'},'n':{'.sv':{'increment':2}}}").json,
-             QJsonValue(QJsonObject{{"t", now}, {"n", 2}}));
-    QCOMPARE(call("PATCH", chat, "{'n':{'.sv':{'increment':5}}}").json, jsonValue("{'n':7}"));
-    QCOMPARE(call("GET", chat).json, QJsonValue(QJsonObject{{"t", now}, {"n", 7}}));
-
-    // Names: the time in 8 characters, then a part that keeps names of one millisecond apart.
-    const QString alphabet = "-0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz";
-    QStringList names;
-    for (int i = 0; i < 20; ++i) {
-        if (i == 10)
-            clock->advance(1);
-        names.append(call("POST", kAccount + "/m", QString::number(i)).json["name"].toString());
-        qint64 time = 0;
-        for (const QChar c : names.last().left(8))
-            time = time * 64 + alphabet.indexOf(c);
-        QCOMPARE(time, clock->nowMs());
-        QCOMPARE(names.last().size(), 20);
-        for (const QChar c : names.last())
-            QVERIFY(alphabet.contains(c));
-        QVERIFY2(i == 0 || names.at(i - 1) < names.at(i), qPrintable(names.last()));
-    }
-    const QJsonObject stored = call("GET", kAccount + "/m").json.toObject();
-    QCOMPARE(stored.size(), names.size());
-    for (int i = 0; i < names.size(); ++i)
-        QCOMPARE(stored.value(names.at(i)).toInt(), i);
-}
-
-void TestLocalRest::refusedRequestsChangeNothing_data()
-{
-    // target: from the root, with the query; error: empty for any text, "-" for none.
-    for (const char *column : {"verb", "target", "body", "status", "error"})
-        QTest::addColumn<QString>(column);
-    const QString a = kAccount + ".json?auth=", t = m_token, denied = "Permission denied";
-    addRow("another account", {"GET", "/services/7/accounts/10.json?auth=" + t, "", "401", denied});
-    addRow("another service", {"PUT", "/services/8/accounts/9.json?auth=" + t, "1", "401", denied});
-    addRow("above the account", {"POST", "/services/7/accounts.json?auth=" + t, "1", "401", denied});
-    addRow("the root", {"DELETE", "/.json?auth=" + t, "", "401", denied});
-    addRow("one key outside",
-           {"PATCH", "/services/7/accounts.json?auth=" + t, "{'9/x':1,'10/x':1}", "401", denied});
-    addRow("another account's token", {"GET", a + m_local.idToken(10), "", "401", denied});
-    addRow("no token", {"GET", kAccount + ".json", "", "401", denied});
-    QString tampered = t;
-    tampered[t.indexOf('.') + 5] = t.at(t.indexOf('.') + 5) == 'A' ? 'B' : 'A';
-    const QString custom = m_local.service()->mintCustomToken(7, 9, "op");
-    const QString badToken = "Could not parse auth token.";
-    addRow("garbage token", {"GET", a + "garbage", "", "401", badToken});
-    addRow("tampered token", {"GET", a + tampered, "", "401", badToken});
-    addRow("custom token", {"GET", a + custom, "", "401", badToken});
-    addRow("unsigned token", {"GET", a + t.section('.', 0, 1) + ".", "", "401", badToken});
-    addRow("emulator's owner", {"GET", a + "owner", "", "401", badToken});
-    addRow("not JSON",
-           {"PUT",
-            a + t,
-            "{no",
-            "400",
-            "Invalid data; couldn't parse JSON object, array, or value."});
-    addRow("empty body", {"PUT", a + t, "", "400", ""});
-    addRow("two values", {"PUT", a + t, "1 2", "400", ""});
-    addRow("bad key", {"PUT", a + t, "{'in valid.key':1}", "400", ""});
-    addRow("bad server value", {"PUT", a + t, "{'.sv':'x'}", "400", ""});
-    addRow("$ in path", {"PUT", kAccount + "/a$b.json?auth=" + t, "1", "400", ""});
-    addRow("[ in path", {"PUT", kAccount + "/a%5Bb.json?auth=" + t, "1", "400", ""});
-    addRow("patch: key above key", {"PATCH", a + t, "{'a':1,'a/b':2}", "400", ""});
-    addRow("patch: bad key deeper", {"PATCH", a + t, "{'a':{'x$':1}}", "400", ""});
-    addRow("patch: array", {"PATCH", a + t, "[1,2]", "400", ""});
-    addRow("patch: string", {"PATCH", a + t, "'s'", "400", ""});
-    addRow("another database", {"PUT", a + t + "&ns=elsewhere", "1", "404", ""});
-    addRow("no .json", {"PUT", kAccount + "?auth=" + t, "1", "404", "-"});
-    addRow("unknown verb", {"PROPFIND", a + t, "", "405", ""});
-}
-
-void TestLocalRest::refusedRequestsChangeNothing()
-{
-    QFETCH(QString, verb);
-    QFETCH(QString, target);
-    QFETCH(QString, body);
-    QFETCH(QString, status);
-    QFETCH(QString, error);
-    const HttpResult result = m_rest->send(verb.toLatin1(), target, jsonBytes(body));
-    QCOMPARE(QString::number(result.status), status);
-    const QJsonValue text = result.json["error"];
-    if (error != "-")
-        QVERIFY2(text.isString() && (error.isEmpty() || text == error), result.body);
-    QCOMPARE(call("GET", kAccount).json, jsonValue(kChats));
-}
-
-void TestLocalRest::queriesFilterAndOrder_data()
-{
-    QTest::addColumn<QString>("query");
-    QTest::addColumn<QString>("keys"); // empty: refused with 400
-    addRow("first by child", {"orderBy=%22t%22&limitToFirst=2", "c2 c4"});
-    addRow("last by child", {"orderBy=%22t%22&limitToLast=2", "c1 c3"});
-    addRow("range", {"orderBy=%22t%22&startAt=15&endAt=30", "c1 c3"});
-    addRow("equal", {"orderBy=%22s%22&equalTo=%22closed%22", "c2"});
-    addRow("key from", {"orderBy=%22$key%22&startAt=%22c3%22", "c3 c4"});
-    addRow("last by key", {"orderBy=%22$key%22&limitToLast=1", "c4"});
-    addRow("no orderBy", {"limitToFirst=1", ""});
-    addRow("orderBy not JSON", {"orderBy=t", ""});
-    addRow("number for a key", {"orderBy=%22$key%22&startAt=1", ""});
-    addRow("negative limit", {"orderBy=%22t%22&limitToFirst=-1", ""});
-    addRow("shallow and query", {"shallow=true&orderBy=%22t%22", ""});
-}
-
-void TestLocalRest::queriesFilterAndOrder()
-{
-    QFETCH(QString, query);
-    QFETCH(QString, keys);
-    call("PUT",
-         kAccount + "/chats",
-         "{'c1':{'t':30,'s':'open'},'c2':{'t':10,'s':'closed'},'c3':{'t':20},'c4':{'s':'open'}}");
-    const HttpResult result = call("GET", kAccount + "/chats?" + query);
-    QCOMPARE(result.status, keys.isEmpty() ? 400 : 200);
-    if (!keys.isEmpty())
-        QCOMPARE(result.json.toObject().keys().join(' '), keys);
-}
-
-void TestLocalRest::printShallowAndEtagOptions()
-{
-    const HttpResult silent = call("PUT", kAccount + "/a?print=silent", "1");
-    QCOMPARE(silent.status, 204);
-    QVERIFY(silent.body.isEmpty());
-    QCOMPARE(call("GET", kAccount + "/a").json, QJsonValue(1));
-    QVERIFY(call("GET", kAccount + "?print=pretty").body.contains("\n"));
-    QCOMPARE(call("GET", kAccount + "/chats?shallow=true").json, jsonValue("{'a':true,'b':true}"));
-    // The bearer header alone is enough.
-    const QByteArray bearer = "Bearer " + m_token.toLatin1();
-    QCOMPARE(m_rest->send("GET", kAccount + "/a.json", {}, {{"Authorization", bearer}}).json,
-             QJsonValue(1));
-
-    const QByteArray etag = call("GET", kAccount + "/a", {}, {{"X-Firebase-ETag", "true"}})
-                                .headers.value("etag");
-    QVERIFY(!etag.isEmpty());
-    const HttpResult stale = call("PUT", kAccount + "/a", "2", {{"if-match", "other"}});
-    QCOMPARE(stale.status, 412);
-    QCOMPARE(stale.headers.value("etag"), etag);
-    QCOMPARE(call("PUT", kAccount + "/a", "2", {{"if-match", etag}}).status, 200);
-    QCOMPARE(call("GET", kAccount + "/a").json, QJsonValue(2));
-}
 
 QTEST_GUILESS_MAIN(TestLocalRest)
 #include "tst_localrest.moc"
