@@ -57,13 +57,13 @@ private slots:
         QProcess *owner = leaver == first ? second : first;
         QCOMPARE(leaver->exitStatus(), QProcess::NormalExit);
         QCOMPARE(leaver->exitCode(), 0);
-        QCOMPARE(countIn(leaver, kStarted), 0);
+        QCOMPARE(m_output.value(leaver).count(kStarted), 0);
         // The owner's local server saw the leaver's connection and showed the window for it.
         QVERIFY2(waitForCount(owner, kHandOver, 1), m_output.value(owner).constData());
         QVERIFY(waitForCount(owner, kShown, 2));
         // A later launch is handed over the same way, so the owner kept running.
         expectHandOver(owner, 2);
-        QCOMPARE(countIn(owner, kStarted), 1);
+        QCOMPARE(m_output.value(owner).count(kStarted), 1);
     }
 
     void launchAfterKilledOwnerRuns()
@@ -122,13 +122,10 @@ private:
         QCOMPARE(owner->state(), QProcess::Running);
     }
 
-    int countIn(QProcess *process, const QByteArray &text) const
-    {
-        return m_output.value(process).count(text);
-    }
     bool waitForCount(QProcess *process, const QByteArray &text, int count)
     {
-        return QTest::qWaitFor([&] { return countIn(process, text) >= count; }, kTimeoutMs);
+        return QTest::qWaitFor([&] { return m_output.value(process).count(text) >= count; },
+                               kTimeoutMs);
     }
 
     std::unique_ptr<QTemporaryDir> m_tmp;
