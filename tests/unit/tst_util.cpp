@@ -81,6 +81,7 @@ private slots:
         // Relative times, seconds before 12:03. Teens are not special in minutes or hours, and
         // from 12 hours on the date text answers.
         row("relative", relative, 59) << "только что";
+        row("relative", relative, -59) << "только что";
         row("relative", relative, 60) << "1 минуту назад";
         row("relative", relative, 4 * 60) << "4 минуты назад";
         row("relative", relative, 5 * 60) << "5 минут назад";
@@ -89,6 +90,7 @@ private slots:
         row("relative", relative, 3599) << "59 минут назад";
         row("relative", relative, -61) << "-1 минут назад";
         row("relative", relative, 3600) << "1 час назад";
+        row("relative", relative, 2 * 3600) << "2 часа назад";
         row("relative", relative, 4 * 3600) << "4 часа назад";
         row("relative", relative, 5 * 3600) << "5 часов назад";
         row("relative", relative, 11 * 3600) << "11 час назад";
