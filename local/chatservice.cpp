@@ -183,18 +183,25 @@ QString ChatService::openChat(const Account &account,
 
 bool ChatService::visitorWrites(const Account &account, const QString &chatKey, const QString &text)
 {
+    if (text.trimmed().isEmpty())
+        return false;
+    return visitorPosts(account, chatKey, {{"text", text}, {"type", "text"}});
+}
+
+bool ChatService::visitorPosts(const Account &account,
+                               const QString &chatKey,
+                               const QJsonObject &posted)
+{
     const QJsonObject chat = read(path(account, QStringLiteral("chats/") + chatKey)).toObject();
     const QString visitor = chat.value(QLatin1String("visitor")).toString();
-    if (!DatabasePath::isValidKey(chatKey) || visitor.isEmpty() || text.trimmed().isEmpty())
+    if (!DatabasePath::isValidKey(chatKey) || visitor.isEmpty())
         return false;
     visitorTypes(account, chatKey, QString());
-    pushMessage(account,
-                chatKey,
-                {{"sender", visitor},
-                 {"sentAt", kServerTime},
-                 {"status", "sent"},
-                 {"text", text},
-                 {"type", "text"}});
+    QJsonObject message = posted;
+    message.insert(QStringLiteral("sender"), visitor);
+    message.insert(QStringLiteral("sentAt"), kServerTime);
+    message.insert(QStringLiteral("status"), QStringLiteral("sent"));
+    pushMessage(account, chatKey, message);
     write(path(account, QStringLiteral("chats/%1/unreadCount").arg(chatKey)),
           chat.value(QLatin1String("unreadCount")).toInt() + 1);
     write(path(account, QStringLiteral("users/%1/lastActiveAt").arg(visitor)), kServerTime);

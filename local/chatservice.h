@@ -40,6 +40,14 @@ public:
                      const QString &greeting,
                      const QString &operatorKey = QString());
     bool visitorWrites(const Account &account, const QString &chatKey, const QString &text);
+    // A message of the visitor's of any kind (a picture, a file): sender, time and status are
+    // filled in, and it counts as unread.
+    bool visitorPosts(const Account &account, const QString &chatKey, const QJsonObject &message);
+    // A message of an operator's or the robot's, as their consoles would push it.
+    void postMessage(const Account &account, const QString &chatKey, const QJsonObject &message)
+    {
+        pushMessage(account, chatKey, message);
+    }
     // An empty text: the visitor stopped typing.
     void visitorTypes(const Account &account, const QString &chatKey, const QString &text);
     bool introduce(const Account &account,

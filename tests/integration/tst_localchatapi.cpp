@@ -6,6 +6,7 @@
 #include "local/chatservice.h"
 #include "local/demoseed.h"
 #include "local/serviceclock.h"
+#include "local/visitorsimulator.h"
 #include "util/jsonparser.h"
 
 #include <QJsonArray>
@@ -48,6 +49,7 @@ private slots:
     void operations();
     void quickAnswersReachTheRealtimeDatabase();
     void aChatFromInvitationToHistory();
+    void simulatedVisitorsStartChatsAndAnswer();
 
 private:
     HttpResult login(const QByteArray &body)
@@ -403,6 +405,42 @@ void TestLocalChatApi::aChatFromInvitationToHistory()
     // A visitor who leaves is offline, which makes an unanswered chat a missed one.
     service->visitorLeaves(shop, visitor);
     QCOMPARE(value("users/" + visitor + "/online"), QJsonValue(false));
+}
+
+void TestLocalChatApi::simulatedVisitorsStartChatsAndAnswer()
+{
+    VisitorSimulator simulator(m_local.service()->chatApi(), {1, 101}, m_local.baseUrl());
+    VisitorSimulator::Settings settings;
+    settings.visitorsPerMinute = 0; // arrivals by hand only
+    settings.replyDelayMinMs = settings.replyDelayMaxMs = 0;
+    settings.seed = 7;
+    simulator.start(settings);
+    const QString auth
+        = "?auth="
+          + m_rest->exchangeCustomToken(signIn()).json.toObject().value("idToken").toString();
+    const auto chat = [&](const QString &key) {
+        return JsonParser::getFirebaseChatFromJson(
+            m_rest->send("GET", "/services/1/accounts/101/chats/" + key + ".json" + auth)
+                .json.toObject());
+    };
+
+    // A visitor arrives and writes at once: a chat waits for an operator.
+    const QString visitor = simulator.arrive(0);
+    const QString key
+        = JsonParser::getFirebaseVisitorFromJson(
+              m_rest->send("GET", "/services/1/accounts/101/visitors/" + visitor + ".json" + auth)
+                  .json.toObject())
+              .getChatKey();
+    QCOMPARE(chat(key).getUnreadCount(), 1);
+    QVERIFY(chat(key).getOperators().isEmpty());
+
+    // An operator answers; the visitor reads it and answers back.
+    m_rest->send(
+        "POST",
+        "/services/1/accounts/101/chat-messages/" + key + ".json" + auth,
+        R"({"sender":"-DemoOpOlga000001","sentAt":1,"status":"sent","text":"Да","type":"text"})");
+    QTRY_VERIFY_WITH_TIMEOUT(chat(key).getLastMessage().getSender() == visitor, 10000);
+    QCOMPARE(chat(key).getUnreadCount(), 2);
 }
 
 QTEST_GUILESS_MAIN(TestLocalChatApi)
