@@ -299,13 +299,13 @@ private slots:
                  errors);
         QVERIFY(fileText(file).contains("\"saved\":\"on exit\""));
 
-        // Without TLS, reset: an empty database; SIGINT stops it too.
+        // Without TLS, reset: only the seed is left of the database; SIGINT stops it too.
         process = startProgram({"--data", dir.path(), "--plain", "--reset"}, &base);
         QVERIFY2(base.startsWith("http://127.0.0.1:"), qPrintable(base));
         ::kill(process->processId(), SIGINT);
         QVERIFY(process->waitForFinished(30000));
         QCOMPARE(process->exitCode(), 0);
-        QCOMPARE(fileText(file).trimmed(), "null");
+        QVERIFY(!fileText(file).isEmpty() && !fileText(file).contains("\"saved\""));
     }
 
     void plainModeTakesTheEmulatorsCredentials()
