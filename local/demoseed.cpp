@@ -1072,12 +1072,18 @@ QJsonObject Builder::history(QJsonObject *infos) const
                           widgetId,
                           guest,
                           m_now - (2 + i * 3) * kDay - (i % 5) * kHour);
-        script.text(guest, QString::fromUtf8(topics[i % 6][0]))
-            .event(op, "joined")
-            .text(op, QString::fromUtf8(topics[i % 6][1]))
-            .text(guest, "Спасибо!")
-            .system("chat_ended", "Диалог завершён");
-        QJsonObject chat = script.chat({op}, {{"status", "ended"}, {"unreadCount", 0}});
+        // Now and then nobody answered before the visitor left: a lost chat.
+        const bool lost = i % 5 == 4;
+        script.text(guest, QString::fromUtf8(topics[i % 6][0]), lost ? "delivered" : "read");
+        if (!lost) {
+            script.event(op, "joined")
+                .text(op, QString::fromUtf8(topics[i % 6][1]))
+                .text(guest, "Спасибо!")
+                .system("chat_ended", "Диалог завершён");
+        }
+        const QJsonObject chat = lost
+                                     ? script.chat({}, {{"status", "lost"}})
+                                     : script.chat({op}, {{"status", "ended"}, {"unreadCount", 0}});
         QJsonArray messages;
         for (const QJsonObject &message : script.messageList())
             messages.append(message);

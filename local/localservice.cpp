@@ -1,10 +1,12 @@
 #include "local/localservice.h"
 
 #include "local/chatapi.h"
+#include "local/chathistoryapi.h"
 #include "local/demofiles.h"
 #include "local/faultinjector.h"
 #include "local/httpserver.h"
 #include "local/identityendpoints.h"
+#include "local/offlinerequestsapi.h"
 #include "local/privatefiles.h"
 #include "local/pushidgenerator.h"
 #include "local/realtimedatabase.h"
@@ -12,6 +14,7 @@
 #include "local/restdatabasehandler.h"
 #include "local/snapshotstore.h"
 #include "local/tlscertificates.h"
+#include "local/uploadapi.h"
 
 #include <QDebug>
 #include <QDir>
@@ -157,6 +160,9 @@ void LocalService::installRoutes()
     m_chatApi->tokens().setLifetime(m_options.apiTokenLifetime);
     m_chatApi->setDataDirectory(m_options.dataDirectory);
     m_chatApi->install(router);
+    ChatHistoryApi::install(m_chatApi.get(), &m_clock, router);
+    OfflineRequestsApi::install(m_chatApi.get(), &m_clock, router);
+    UploadApi::install(m_chatApi.get(), router);
     m_demoFiles = std::make_unique<DemoFiles>();
     m_demoFiles->install(router);
 
@@ -170,8 +176,13 @@ void LocalService::installRoutes()
                                                    m_options.databaseNamespace,
                                                    m_options.plain);
     const bool verbose = m_options.verbose;
-    router.setCredentialCheck(
-        [this](const HttpRequest &request) { return m_rest->hasValidToken(request); });
+    // Uploads carry the chat API's token instead of the database's.
+    router.setCredentialCheck([this](const HttpRequest &request) {
+        ApiTokens::Holder holder;
+        return m_rest->hasValidToken(request)
+               || m_chatApi->tokens().check(request.header("authorization"), &holder)
+                      == ApiTokens::Verdict::Valid;
+    });
     router.addSuffix(QStringLiteral(".json"), [this, verbose](const HttpRequest &request) {
         HttpResponse response = m_rest->handle(request);
         // The path only: the query carries the auth token.
