@@ -20,7 +20,24 @@ bool CommandLine::parse(const QStringList &arguments, QString *error)
                                   QStringLiteral("DIR"));
     const QCommandLineOption plain("plain",
                                    QStringLiteral("Serve plain HTTP and ws instead of TLS."));
-    const QCommandLineOption reset("reset", QStringLiteral("Empty the database and seed it again."));
+    const QCommandLineOption reset("reset",
+                                   QStringLiteral("Seed the database again (the demo account, or "
+                                                  "nothing with --empty) and make a new secret."));
+    const QCommandLineOption empty("empty",
+                                   QStringLiteral("Seed an empty database instead of the demo "
+                                                  "account, with no simulated visitors."));
+    const QCommandLineOption profile("profile",
+                                     QStringLiteral("\"large\": the demo account with 3,000 chats, "
+                                                    "3,200 users and 20,000 visitors online."),
+                                     QStringLiteral("NAME"));
+    const QCommandLineOption visitors("visitors",
+                                      QStringLiteral("Simulated visitors arriving a minute "
+                                                     "(default 4 with the demo account; 0: none)."),
+                                      QStringLiteral("N"));
+    const QCommandLineOption events("events",
+                                    QStringLiteral("Visitor messages a second across the demo "
+                                                   "account's chats (load; default 0)."),
+                                    QStringLiteral("N"));
     const QCommandLineOption lifetime("token-lifetime",
                                       QStringLiteral("Lifetime of ID tokens (default 3600)."),
                                       QStringLiteral("SECONDS"));
@@ -54,6 +71,10 @@ bool CommandLine::parse(const QStringList &arguments, QString *error)
                        data,
                        plain,
                        reset,
+                       empty,
+                       profile,
+                       visitors,
+                       events,
                        lifetime,
                        apiKey,
                        dropEvery,
@@ -131,6 +152,21 @@ bool CommandLine::parse(const QStringList &arguments, QString *error)
             return false;
         options.maxDatabaseBytes = qint64(megabytes) * 1024 * 1024;
     }
+
+    options.demo = !parser.isSet(empty);
+    if (parser.isSet(profile)) {
+        if (parser.value(profile) != QLatin1String("large")) {
+            *error = QStringLiteral("--profile knows \"large\" only");
+            return false;
+        }
+        options.largeProfile = true;
+    }
+    int perMinute = options.demo ? 4 : 0;
+    if (parser.isSet(visitors) && !number(visitors, 0, &perMinute))
+        return false;
+    options.visitorsPerMinute = perMinute;
+    if (parser.isSet(events) && !number(events, 0, &options.eventsPerSecond))
+        return false;
 
     const QStringList positional = parser.positionalArguments();
     if (parser.isSet(mint)) {

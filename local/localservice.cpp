@@ -3,9 +3,11 @@
 #include "local/chatapi.h"
 #include "local/chathistoryapi.h"
 #include "local/demofiles.h"
+#include "local/demoseed.h"
 #include "local/faultinjector.h"
 #include "local/httpserver.h"
 #include "local/identityendpoints.h"
+#include "local/largeprofile.h"
 #include "local/offlinerequestsapi.h"
 #include "local/privatefiles.h"
 #include "local/pushidgenerator.h"
@@ -15,6 +17,7 @@
 #include "local/snapshotstore.h"
 #include "local/tlscertificates.h"
 #include "local/uploadapi.h"
+#include "local/visitorsimulator.h"
 
 #include <QDebug>
 #include <QDir>
@@ -113,15 +116,30 @@ bool LocalService::start(QString *error)
                                     this);
     m_snapshots->setBatchInterval(m_options.saveIntervalMs);
     bool found = false;
+    // Made only when it is needed: the demo account takes a moment, the large one more.
+    const auto seed = [this]() -> QJsonValue {
+        if (!m_options.seed.isNull() || !m_options.demo)
+            return m_options.seed;
+        // Links of the demo data point at this service as the options name it.
+        const QString base = QStringLiteral("%1://%2:%3")
+                                 .arg(m_options.plain ? QStringLiteral("http")
+                                                      : QStringLiteral("https"),
+                                      m_options.host)
+                                 .arg(m_options.port);
+        QJsonObject demo = DemoSeed::build(base, m_clock.nowMs());
+        if (m_options.largeProfile)
+            LargeProfile::addTo(&demo, base, m_clock.nowMs());
+        return demo;
+    };
     if (m_options.reset) {
-        m_database->replaceRoot(m_options.seed);
+        m_database->replaceRoot(seed());
         if (!m_snapshots->save(error))
             return false;
     } else {
         if (!m_snapshots->load(&found, error))
             return false;
         if (!found)
-            m_database->replaceRoot(m_options.seed);
+            m_database->replaceRoot(seed());
     }
 
     m_server->setConnectionSettings(m_options.http);
@@ -135,6 +153,15 @@ bool LocalService::start(QString *error)
         return false;
     }
     m_realtime->setFallbackHost(hostAndPort());
+    if (m_options.visitorsPerMinute > 0 || m_options.eventsPerSecond > 0) {
+        m_simulator = std::make_unique<VisitorSimulator>(m_chatApi.get(),
+                                                         ChatService::Account{1, 101},
+                                                         baseUrl());
+        VisitorSimulator::Settings settings;
+        settings.visitorsPerMinute = m_options.visitorsPerMinute;
+        settings.eventsPerSecond = m_options.eventsPerSecond;
+        m_simulator->start(settings);
+    }
     m_faults->setDropStreamsInterval(m_options.dropStreamsEveryMs);
     return writeEnvFile(error);
 }
@@ -210,6 +237,7 @@ void LocalService::stop()
 {
     if (!m_snapshots)
         return;
+    m_simulator.reset();
     m_faults->setDropStreamsInterval(0);
     m_server->close();
     // Connections and sessions go with their owners; listeners are unregistered on the way.

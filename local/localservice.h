@@ -23,6 +23,7 @@ class RealtimeSocketHandler;
 class RestDatabaseHandler;
 class SnapshotStore;
 class TlsCertificates;
+class VisitorSimulator;
 
 // The local stand-in for the hosted service: one listener serving the identity endpoints, the
 // realtime database over REST and websockets, and a connectivity probe. Tests run it in-process
@@ -58,8 +59,15 @@ public:
         RealtimeSession::Limits realtime;
         // Writes that would make the database's JSON bigger than this are refused.
         qint64 maxDatabaseBytes = 512 * 1024 * 1024;
-        // What --reset (and a first start) puts in the database.
+        // What --reset (and a first start) puts in the database; when null and demo is set, the
+        // demo account (made large with largeProfile).
         QJsonValue seed;
+        bool demo = false;
+        bool largeProfile = false;
+        // Simulated visitors of the demo account's first service: new ones a minute, and visitor
+        // messages a second across its chats (load).
+        double visitorsPerMinute = 0;
+        int eventsPerSecond = 0;
         bool verbose = false;
     };
 
@@ -128,6 +136,7 @@ private:
     std::unique_ptr<IdentityEndpoints> m_identity;
     std::unique_ptr<ChatApi> m_chatApi;
     std::unique_ptr<DemoFiles> m_demoFiles;
+    std::unique_ptr<VisitorSimulator> m_simulator;
     FaultInjector *m_faults;
     RealtimeDatabase *m_database;
     HttpServer *m_server;

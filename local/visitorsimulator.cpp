@@ -67,7 +67,9 @@ VisitorSimulator::VisitorSimulator(ChatApi *api,
     , m_account(account)
     , m_baseUrl(baseUrl)
     , m_arrivalTimer(new QTimer(this))
+    , m_loadTimer(new QTimer(this))
 {
+    connect(m_loadTimer, &QTimer::timeout, this, &VisitorSimulator::sendLoad);
     DatabasePath chats;
     DatabasePath::parse(path(QStringLiteral("chat-messages")), &chats);
     m_api->database()->addListener(this, chats, -1, DatabaseQuery());
@@ -92,6 +94,22 @@ void VisitorSimulator::start(const Settings &settings)
     m_arrivalTimer->stop();
     if (settings.visitorsPerMinute > 0)
         m_arrivalTimer->start(2000);
+    m_loadTimer->stop();
+    if (settings.eventsPerSecond > 0) {
+        m_loadChats = value(QStringLiteral("chats")).toObject().keys();
+        m_loadDue = 0;
+        m_loadTimer->start(50);
+    }
+}
+
+void VisitorSimulator::sendLoad()
+{
+    // Twenty ticks a second, each sending its share; the fractions add up over the ticks.
+    m_loadDue += m_settings.eventsPerSecond / 20.0;
+    for (; m_loadDue >= 1 && !m_loadChats.isEmpty(); m_loadDue -= 1)
+        m_service->visitorWrites(m_account,
+                                 m_loadChats.at(int(m_random.bounded(quint32(m_loadChats.size())))),
+                                 pick(kReplies));
 }
 
 QJsonValue VisitorSimulator::value(const QString &rest) const

@@ -22,8 +22,9 @@ public:
         double visitorsPerMinute = 4; // 0: none
         int replyDelayMinMs = 3000;   // how long a visitor takes to answer
         int replyDelayMaxMs = 12000;
-        int maxVisitors = 50; // the oldest leave first
-        quint32 seed = 0;     // 0: a different run each time
+        int maxVisitors = 50;    // the oldest leave first
+        int eventsPerSecond = 0; // load: visitor messages across the chats in work
+        quint32 seed = 0;        // 0: a different run each time
     };
 
     VisitorSimulator(ChatApi *api,
@@ -64,6 +65,7 @@ private:
     void giveUp(Visitor &visitor);
     void leave(Visitor &visitor);
     void colleagueTakes(Visitor &visitor);
+    void sendLoad();
 
     ChatApi *m_api;
     ChatService *m_service;
@@ -76,4 +78,7 @@ private:
     QHash<QString, QString> m_chats;    // chat key -> visitor key
     QStringList m_arrivals;             // visitor keys, oldest first
     QTimer *m_arrivalTimer;
+    QTimer *m_loadTimer;
+    QStringList m_loadChats;
+    double m_loadDue = 0;
 };
