@@ -197,6 +197,7 @@ private slots:
         QVERIFY(silent.body.isEmpty());
         QCOMPARE(call("GET", kAccount + "/a").json, QJsonValue(1));
         QVERIFY(call("GET", kAccount + "?print=pretty").body.contains("\n"));
+        QCOMPARE(call("GET", kAccount + "/a?ns=tallyra-local").json, QJsonValue(1));
         QCOMPARE(call("GET", kAccount + "/chats?shallow=true").json,
                  jsonValue("{'a':true,'b':true}"));
         // The bearer header alone is enough.
