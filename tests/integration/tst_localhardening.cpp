@@ -152,7 +152,7 @@ private slots:
     {
         // idle time-out, auth deadline (ms), signed in, bytes of a write, and whether it closes
         QTest::addColumn<QStringList>("row");
-        addRow("silent", "200|60000||0|closed");
+        addRow("silent", "1000|60000||0|closed");
         addRow("never authenticated", "60000|200||0|closed");
         addRow("big message before auth", "60000|60000||4096|closed");
         addRow("big message after auth", "60000|60000|yes|4096|");

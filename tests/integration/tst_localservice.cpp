@@ -201,7 +201,7 @@ private slots:
     {
         HttpConnection::Settings settings;
         settings.requestTimeoutMs = 300;
-        settings.idleTimeoutMs = 400;
+        settings.idleTimeoutMs = 1000;
         m_local->service()->setConnectionSettings(settings);
         RawConnection slow(*m_local);
         slow.write("GET /probe HTTP/1.1\r\nHost:");
