@@ -17,6 +17,7 @@
 #include "local/snapshotstore.h"
 #include "local/tlscertificates.h"
 #include "local/uploadapi.h"
+#include "local/visitorapi.h"
 #include "local/visitorsimulator.h"
 
 #include <QDebug>
@@ -190,6 +191,7 @@ void LocalService::installRoutes()
     ChatHistoryApi::install(m_chatApi.get(), &m_clock, router);
     OfflineRequestsApi::install(m_chatApi.get(), &m_clock, router);
     UploadApi::install(m_chatApi.get(), router);
+    m_visitorApi = VisitorApi::install(m_chatApi.get(), &m_clock, router);
     m_demoFiles = std::make_unique<DemoFiles>();
     m_demoFiles->install(router);
 

@@ -23,6 +23,7 @@ class RealtimeSocketHandler;
 class RestDatabaseHandler;
 class SnapshotStore;
 class TlsCertificates;
+class VisitorApi;
 class VisitorSimulator;
 
 // The local stand-in for the hosted service: one listener serving the identity endpoints, the
@@ -100,6 +101,7 @@ public:
     // What the service takes for now; tests move it forward.
     ServiceClock *clock() { return &m_clock; }
     ChatApi *chatApi() const { return m_chatApi.get(); }
+    VisitorApi *visitorApi() const { return m_visitorApi.get(); }
     // For connections opened from now on.
     void setConnectionSettings(const HttpConnection::Settings &settings);
     void setRealtimeLimits(const RealtimeSession::Limits &limits);
@@ -135,6 +137,7 @@ private:
     std::unique_ptr<RestDatabaseHandler> m_rest;
     std::unique_ptr<IdentityEndpoints> m_identity;
     std::unique_ptr<ChatApi> m_chatApi;
+    std::unique_ptr<VisitorApi> m_visitorApi; // after the chat API it uses
     std::unique_ptr<DemoFiles> m_demoFiles;
     std::unique_ptr<VisitorSimulator> m_simulator;
     FaultInjector *m_faults;
