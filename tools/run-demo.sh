@@ -1,22 +1,56 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the console and runs it. Without a display it runs inside a
-# virtual X server (Xvfb); pass --screenshot FILE to save a picture of the screen after a few
-# seconds and stop.
+# Installs what is missing, builds the console and the local service, starts the service with the
+# demo account and simulated visitors, and runs the console against it. Without a display the
+# console runs inside a virtual X server (Xvfb); pass --screenshot FILE to save a picture of the
+# screen after a few seconds and stop. --reset seeds the demo account afresh; other options go to
+# tallyra-local (for example --visitors 20 or --profile large).
+# Sign in as operator@demo.tallyra.local (or manager@demo.tallyra.local), password demo12345.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tools/setup-deps.sh
-tools/build.sh --target tallyra
+tools/build.sh --target tallyra tallyra-local
 
 screenshot=""
-if [ "${1:-}" = "--screenshot" ]; then
-    screenshot="$(realpath -m "${2:?usage: run-demo.sh --screenshot FILE}")"
-fi
+service_args=()
+while [ "$#" -gt 0 ]; do
+    case "$1" in
+        --screenshot)
+            screenshot="$(realpath -m "${2:?usage: run-demo.sh --screenshot FILE}")"
+            shift 2
+            ;;
+        *)
+            service_args+=("$1")
+            shift
+            ;;
+    esac
+done
+
+data="${TALLYRA_LOCAL_DATA:-${XDG_DATA_HOME:-$HOME/.local/share}/tallyra-local}"
+log="$(mktemp)"
+build/local/tallyra-local --listen 127.0.0.1:8443 --data "$data" "${service_args[@]}" >"$log" 2>&1 &
+service=$!
+trap 'kill "$service" 2>/dev/null || true; wait "$service" 2>/dev/null || true; rm -f "$log"' EXIT
+for _ in $(seq 100); do
+    grep -q "^listening on" "$log" && break
+    if ! kill -0 "$service" 2>/dev/null; then
+        cat "$log" >&2
+        exit 1
+    fi
+    sleep 0.1
+done
+echo "tallyra-local: $(head -n 1 "$log") (data in $data)"
+echo "visitor page: https://127.0.0.1:8443/visitor/"
+# The service writes where it listens and the authority it signs with; the console reads them.
+set -a
+# shellcheck disable=SC1091
+. "$data/env"
+set +a
 
 if [ -n "$screenshot" ]; then
-    exec tools/screenshot.sh "$screenshot" build/src/tallyra
+    tools/screenshot.sh "$screenshot" build/src/tallyra
 elif [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
     echo "No display found: running the console inside Xvfb (use --screenshot FILE to see it)."
-    exec xvfb-run -a -s "-screen 0 1440x900x24" build/src/tallyra
+    xvfb-run -a -s "-screen 0 1440x900x24" build/src/tallyra
 else
-    exec build/src/tallyra
+    build/src/tallyra
 fi
