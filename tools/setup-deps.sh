@@ -15,6 +15,8 @@ packages=(
     xvfb xauth clang-format
     # the local service's check with the official JavaScript SDK (tests/sdk)
     nodejs
+    # the visitor page's check in a headless browser (tests/browser)
+    chromium
 )
 # NodeSource's nodejs bundles npm and conflicts with Debian's npm package.
 if ! command -v npm >/dev/null 2>&1; then

@@ -167,6 +167,21 @@ function eventText(message) {
   }
 }
 
+// The person's photo, or their initial when there is none or it does not load.
+function avatar(person) {
+  const initial = element('span', 'avatar letter', ((person && person.name) || '?').charAt(0));
+  if (!person || !person.photo) return initial;
+  const photo = element('img', 'avatar');
+  photo.alt = '';
+  photo.addEventListener('error', () => {
+    Object.assign(initial, { id: photo.id });
+    Object.assign(initial.dataset, photo.dataset);
+    photo.replaceWith(initial);
+  });
+  photo.src = person.photo;
+  return photo;
+}
+
 function render(message) {
   const mine = message.sender === state.visitor;
   if (!['text', 'image', 'file', 'payment'].includes(message.type)) {
@@ -177,12 +192,7 @@ function render(message) {
   row.dataset.key = message.key;
   row.dataset.role = mine ? 'visitor' : (state.people[message.sender] || {}).role || 'operator';
   const person = state.people[message.sender];
-  if (!mine && person && person.photo) {
-    const photo = element('img', 'avatar');
-    photo.src = person.photo;
-    photo.alt = '';
-    row.append(photo);
-  }
+  if (!mine) row.append(avatar(person));
   const bubble = element('div', 'bubble');
   if (!mine) bubble.append(element('div', 'sender', nameOf(message.sender)));
   if (message.type === 'image') {
@@ -236,8 +246,13 @@ function showHeader(answer) {
   const operators = Object.entries(answer.people || {}).filter(([, p]) => p.role === 'operator');
   const [key, agent] = operators.length ? operators[operators.length - 1] : [];
   $('agent-name').textContent = agent ? agent.name : 'Онлайн-консультант';
-  $('agent-photo').hidden = !(agent && agent.photo);
-  if (agent && agent.photo) $('agent-photo').src = agent.photo;
+  const look = agent ? `${agent.photo}|${agent.name}` : '';
+  if ($('agent-photo').dataset.look !== look) {
+    const shown = agent ? avatar(agent) : element('span', 'avatar letter', 'T');
+    shown.id = 'agent-photo';
+    shown.dataset.look = look;
+    $('agent-photo').replaceWith(shown);
+  }
   const state_ = $('agent-state');
   state_.textContent = answer.status === 'ended' ? 'Диалог завершён' : agent ? 'В сети' : 'Задайте вопрос — мы ответим';
   state_.classList.toggle('online', Boolean(key) && answer.status !== 'ended');
