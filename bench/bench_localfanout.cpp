@@ -343,7 +343,7 @@ int main(int argc, char *argv[])
     const QByteArray customToken = mint.readAllStandardOutput().trimmed();
 
     QProcess service;
-    QStringList arguments{"--listen", "127.0.0.1:0", "--data", dir.path()};
+    QStringList arguments{"--listen", "127.0.0.1:0", "--data", dir.path(), "--empty"};
     if (!target.tls)
         arguments << "--plain";
     service.setProcessChannelMode(QProcess::ForwardedErrorChannel);

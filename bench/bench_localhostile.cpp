@@ -413,7 +413,8 @@ int main(int argc, char *argv[])
 
     QProcess service;
     service.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    service.start(program, {"--listen", "127.0.0.1:0", "--data", dir.path()});
+    // Empty, with no simulated visitors: the flood is the only other load.
+    service.start(program, {"--listen", "127.0.0.1:0", "--data", dir.path(), "--empty"});
     if (!service.waitForReadyRead(30000)) {
         std::fprintf(stderr, "tallyra-local did not start\n");
         return 1;
