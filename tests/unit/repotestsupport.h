@@ -17,6 +17,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QObject>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <memory>
@@ -65,6 +66,34 @@ inline QJsonObject json(const char *text)
     if (!value.isObject())
         qFatal("not a JSON object in test: %s", text);
     return value.toObject();
+}
+
+// The object with `changes` merged in as the database merges a patch: objects into objects key
+// by key, null removing a key, any other value replacing what was there.
+inline QJsonObject merged(QJsonObject object, const QJsonObject &changes)
+{
+    for (auto it = changes.begin(); it != changes.end(); ++it) {
+        const QJsonValue old = object.value(it.key());
+        if (it.value().isNull())
+            object.remove(it.key());
+        else if (it.value().isObject() && old.isObject())
+            object.insert(it.key(), merged(old.toObject(), it.value().toObject()));
+        else
+            object.insert(it.key(), it.value());
+    }
+    return object;
+}
+
+// Table text with the parties written as letters, quoted or as a step of a path: A, D for
+// Anna and Dmitry, I, M, O for Irina, Maria and Oleg.
+inline QString named(QString text)
+{
+    const QStringList keys{Anna, Dmitry, Irina, Maria, Oleg};
+    for (int i = 0; i < keys.size(); ++i) {
+        const QString letter = QStringLiteral("ADIMO").at(i);
+        text.replace(QRegularExpression("(?<=\"|/)" + letter + "(?=\"|\\b)"), keys.at(i));
+    }
+    return text;
 }
 
 // A stream event at a path relative to the subscription, as the merge operations receive it.
