@@ -1,6 +1,7 @@
 #include "local/visitorsimulator.h"
 
 #include "local/demofiles.h"
+#include "local/demoseed.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -50,6 +51,12 @@ const QVector<QString> kReplies = {
     "Понял, спасибо за помощь!",
     "А самовывоз есть?",
 };
+const QVector<QString> kColleagueAnswers = {
+    "Да, есть в наличии, можем отправить сегодня.",
+    "Доставка по России от 3 дней, по Москве — на следующий день.",
+    "Гарантия — 12 месяцев, чек придёт на почту.",
+    "Оформил заказ, номер пришлю письмом.",
+};
 const QVector<QString> kColleagueGreetings = {
     "Здравствуйте! Сейчас посмотрю и отвечу.",
     "Добрый день! Уточняю у коллег, минуту.",
@@ -75,6 +82,8 @@ VisitorSimulator::VisitorSimulator(ChatApi *api,
     m_api->database()->addListener(this, chats, -1, DatabaseQuery());
     connect(m_arrivalTimer, &QTimer::timeout, this, [this] {
         arrive(m_random.bounded(10) < 6 ? between(3000, 8000) : -1);
+        if (m_random.bounded(10) == 0)
+            colleagueComesOrGoes();
         m_arrivalTimer->start(
             int(60000 / m_settings.visitorsPerMinute * (0.5 + m_random.generateDouble())));
     });
@@ -262,6 +271,8 @@ void VisitorSimulator::reply(Visitor &visitor)
     m_service->visitorWrites(m_account, visitor.chatKey, pick(kReplies));
     if (visitor.replies >= between(3, 5))
         later(between(10000, 30000), visitor.key, &VisitorSimulator::leave);
+    else if (!visitor.colleague.isEmpty())
+        later(between(4000, 10000), visitor.key, &VisitorSimulator::colleagueAnswers);
 }
 
 void VisitorSimulator::giveUp(Visitor &visitor)
@@ -288,26 +299,12 @@ void VisitorSimulator::colleagueTakes(Visitor &visitor)
     const QJsonObject chat = value(QStringLiteral("chats/") + visitor.chatKey).toObject();
     if (chat.isEmpty() || !chat.value(QLatin1String("operators")).toArray().isEmpty())
         return;
-    // Colleagues: online operators who cannot sign in here, so never the demo operator.
-    const QJsonObject users = value(QStringLiteral("users")).toObject();
-    QVector<QString> colleagues;
-    const QJsonObject keys = m_api->record(
-        QStringLiteral("accounts/%1/user_keys").arg(m_account.accountId));
     QString demoOperator;
-    for (auto it = keys.constBegin(); it != keys.constEnd(); ++it) {
-        const QJsonObject apiUser = m_api->record(
-            QStringLiteral("users/%1").arg(ChatApi::idOf(it.value())));
-        if (apiUser.contains(QLatin1String("password"))) {
-            if (demoOperator.isEmpty())
-                demoOperator = it.key();
-            continue;
-        }
-        if (users.value(it.key()).toObject().value(QLatin1String("online")).toBool())
-            colleagues.append(it.key());
-    }
-    if (colleagues.isEmpty())
+    const QStringList online = colleagues(true, &demoOperator);
+    if (online.isEmpty())
         return;
-    const QString colleague = pick(colleagues);
+    const QString colleague = online.at(int(m_random.bounded(quint32(online.size()))));
+    visitor.colleague = colleague;
     m_api->write(path(QStringLiteral("chats/%1/operators").arg(visitor.chatKey)),
                  QJsonArray{colleague});
     m_service->postMessage(m_account,
@@ -335,4 +332,50 @@ void VisitorSimulator::colleagueTakes(Visitor &visitor)
                                 {"status", "sent"},
                                 {"type", "invitation"}});
     }
+}
+
+void VisitorSimulator::colleagueAnswers(Visitor &visitor)
+{
+    m_service->postMessage(m_account,
+                           visitor.chatKey,
+                           {{"sender", visitor.colleague},
+                            {"sentAt", kServerTime},
+                            {"status", "sent"},
+                            {"type", "text"},
+                            {"text", pick(kColleagueAnswers)}});
+}
+
+QStringList VisitorSimulator::colleagues(bool onlineOnly, QString *demoOperator) const
+{
+    const QJsonObject users = value(QStringLiteral("users")).toObject();
+    const QJsonObject keys = m_api->record(
+        QStringLiteral("accounts/%1/user_keys").arg(m_account.accountId));
+    QStringList found;
+    for (auto it = keys.constBegin(); it != keys.constEnd(); ++it) {
+        const QJsonObject apiUser = m_api->record(
+            QStringLiteral("users/%1").arg(ChatApi::idOf(it.value())));
+        if (apiUser.contains(QLatin1String("password"))) {
+            const QString email = apiUser.value(QLatin1String("profile"))
+                                      .toObject()
+                                      .value(QLatin1String("email"))
+                                      .toString();
+            if (demoOperator && email == DemoSeed::operatorLogin)
+                *demoOperator = it.key();
+            continue;
+        }
+        if (!onlineOnly || users.value(it.key()).toObject().value(QLatin1String("online")).toBool())
+            found.append(it.key());
+    }
+    return found;
+}
+
+void VisitorSimulator::colleagueComesOrGoes()
+{
+    const QStringList all = colleagues(false);
+    if (all.isEmpty())
+        return;
+    const QString colleague = all.at(int(m_random.bounded(quint32(all.size()))));
+    const bool online = value(QStringLiteral("users/%1/online").arg(colleague)).toBool();
+    m_api->write(path(QStringLiteral("users/%1/online").arg(colleague)), !online);
+    m_api->write(path(QStringLiteral("users/%1/lastActiveAt").arg(colleague)), kServerTime);
 }

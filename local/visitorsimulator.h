@@ -47,6 +47,7 @@ private:
         QString chatKey;
         int replies = 0;
         bool answered = false;
+        QString colleague; // the colleague who took the chat, if one did
     };
 
     int between(int low, int high) { return low + int(m_random.bounded(quint32(high - low + 1))); }
@@ -65,6 +66,11 @@ private:
     void giveUp(Visitor &visitor);
     void leave(Visitor &visitor);
     void colleagueTakes(Visitor &visitor);
+    void colleagueAnswers(Visitor &visitor);
+    // Operators of the account who cannot sign in here (online ones only, if asked), and the
+    // demo operator's key.
+    QStringList colleagues(bool onlineOnly, QString *demoOperator = nullptr) const;
+    void colleagueComesOrGoes();
     void sendLoad();
 
     ChatApi *m_api;
