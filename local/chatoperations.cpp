@@ -84,6 +84,33 @@ void ChatOperations::install(HttpRouter &router)
     route(QStringLiteral("create_pay_link"), false, "POST", &ChatOperations::createPayLink);
     route(QStringLiteral("fast_message"), false, "POST", &ChatOperations::createAnswer);
     route(QStringLiteral("fast_message/"), true, QByteArray(), &ChatOperations::changeAnswer);
+    // Where a payment link leads: the payer's page, without a token.
+    router.addPrefix(QStringLiteral("/pay/"),
+                     [this](const HttpRequest &request) { return paymentPage(request); });
+}
+
+HttpResponse ChatOperations::paymentPage(const HttpRequest &request) const
+{
+    const QString id = lastSegment(request.path);
+    const QJsonObject accounts = m_api->record(QStringLiteral("accounts"));
+    QJsonObject payment;
+    for (auto it = accounts.constBegin(); it != accounts.constEnd() && payment.isEmpty(); ++it)
+        payment
+            = it.value().toObject().value(QLatin1String("payments")).toObject().value(id).toObject();
+    if (id.isEmpty() || payment.isEmpty())
+        return HttpResponse::text(404, "Payment not found\n");
+    const QString text
+        = QStringLiteral("<!doctype html><meta charset=\"utf-8\"><title>Оплата</title>"
+                         "<body style=\"font-family:sans-serif;max-width:28em;margin:4em auto\">"
+                         "<h1>%1</h1><p>К оплате: %2 %3</p><p>Платёжная система: %4</p>"
+                         "<p><button disabled>Оплатить</button> (демонстрация)</p></body>")
+              .arg(payment.value(QLatin1String("title")).toString().toHtmlEscaped(),
+                   QString::number(payment.value(QLatin1String("amount")).toDouble()),
+                   payment.value(QLatin1String("currency")).toString().toHtmlEscaped(),
+                   payment.value(QLatin1String("pay_system")).toString().toHtmlEscaped());
+    HttpResponse response(200);
+    response.setBody(text.toUtf8(), "text/html; charset=utf-8");
+    return response;
 }
 
 bool ChatOperations::body(const HttpRequest &request, QJsonObject *object, HttpResponse *refused)

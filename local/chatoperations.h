@@ -28,6 +28,7 @@ private:
     HttpResponse createPayLink(const Caller &caller, const HttpRequest &request);
     HttpResponse createAnswer(const Caller &caller, const HttpRequest &request);
     HttpResponse changeAnswer(const Caller &caller, const HttpRequest &request);
+    HttpResponse paymentPage(const HttpRequest &request) const;
 
     // The request's JSON object; false (with the envelope in *refusal) when it is none.
     static bool body(const HttpRequest &request, QJsonObject *object, HttpResponse *refusal);

@@ -274,6 +274,8 @@ void TestLocalChatApi::operations()
     } else if (path == "create_pay_link") {
         const ApiPayment payment = JsonParser::getApiPaymentFromJson(reply);
         QVERIFY(payment.getLink().startsWith("https://") && payment.getPaySystem() == "yookassa");
+        // The link leads to the payer's page on the service.
+        QVERIFY(m_rest->send("GET", QUrl(payment.getLink()).path()).body.contains("990"));
     } else if (path.startsWith("send_")) {
         // What was sent arrives in the outbox exactly as typed.
         QFile outbox(QDir(m_local.dataDirectory())
