@@ -169,9 +169,23 @@ HttpResponse ChatApi::login(const HttpRequest &request)
         return envelope(200,
                         429,
                         QStringLiteral("Слишком много попыток входа. Повторите попытку позже"));
-    const bool correct
-        = PasswordHash::matches(password,
-                                candidates.first().value(QLatin1String("password")).toString());
+    // With a service chosen, that service's record is the one whose password counts.
+    const QJsonValue serviceValue = body.value(QLatin1String("service_id"));
+    const bool serviceChosen = !serviceValue.isUndefined() && !serviceValue.isNull();
+    const qint64 wanted = idOf(serviceValue);
+    const auto chosen = serviceChosen
+                            ? std::find_if(candidates.cbegin(),
+                                           candidates.cend(),
+                                           [wanted](const QJsonObject &candidate) {
+                                               return idOf(candidate.value(QLatin1String("profile"))
+                                                               .toObject()
+                                                               .value("service_id"))
+                                                      == wanted;
+                                           })
+                            : candidates.cbegin();
+    const QJsonObject &target = chosen == candidates.cend() ? candidates.first() : *chosen;
+    const bool correct = PasswordHash::matches(password,
+                                               target.value(QLatin1String("password")).toString());
     const int delay = m_throttle.answerDelay(login, correct);
     HttpResponse response;
     if (!correct) {
@@ -182,38 +196,23 @@ HttpResponse ChatApi::login(const HttpRequest &request)
         response.setDelayMs(delay);
         return response;
     }
-
-    const QJsonValue serviceValue = body.value(QLatin1String("service_id"));
-    if (serviceValue.isUndefined() || serviceValue.isNull()) {
-        if (candidates.size() > 1) {
-            QJsonArray services;
-            for (const QJsonObject &candidate : qAsConst(candidates)) {
-                const qint64 serviceId = idOf(
-                    candidate.value(QLatin1String("profile")).toObject().value("service_id"));
-                services.append(record(QStringLiteral("services/%1").arg(serviceId)));
-            }
-            response = HttpResponse::json(200,
-                                          QJsonObject{{"message", "Выберите сервис"},
-                                                      {"services", services}});
-            response.setDelayMs(delay);
-            return response;
+    if (chosen == candidates.cend())
+        return envelope(200, 403, QStringLiteral("Нет доступа к выбранному сервису"));
+    if (!serviceChosen && candidates.size() > 1) {
+        QJsonArray services;
+        for (const QJsonObject &candidate : qAsConst(candidates)) {
+            const qint64 serviceId = idOf(
+                candidate.value(QLatin1String("profile")).toObject().value("service_id"));
+            services.append(record(QStringLiteral("services/%1").arg(serviceId)));
         }
-    } else {
-        const qint64 wanted = idOf(serviceValue);
-        const auto chosen = std::find_if(candidates.cbegin(),
-                                         candidates.cend(),
-                                         [wanted](const QJsonObject &candidate) {
-                                             return idOf(candidate.value(QLatin1String("profile"))
-                                                             .toObject()
-                                                             .value("service_id"))
-                                                    == wanted;
-                                         });
-        if (chosen == candidates.cend())
-            return envelope(200, 403, QStringLiteral("Нет доступа к выбранному сервису"));
-        candidates = {*chosen};
+        response = HttpResponse::json(200,
+                                      QJsonObject{{"message", "Выберите сервис"},
+                                                  {"services", services}});
+        response.setDelayMs(delay);
+        return response;
     }
 
-    const QJsonObject user = candidates.first();
+    const QJsonObject user = target;
     const QJsonObject profile = user.value(QLatin1String("profile")).toObject();
     response = HttpResponse::json(200, QJsonObject{{"user", profile}});
     response.setHeader("Authorization",
@@ -239,7 +238,15 @@ HttpResponse ChatApi::authorized(const HttpRequest &request,
     case ApiTokens::Verdict::Valid:
         break;
     }
-    caller.account = record(QStringLiteral("accounts/%1").arg(caller.holder.accountId));
+    const QString accountPath = QStringLiteral("accounts/%1").arg(caller.holder.accountId);
+    DatabasePath serviceId;
+    if (DatabasePath::parse(kRoot + QLatin1Char('/') + accountPath + QStringLiteral("/service_id"),
+                            &serviceId))
+        caller.account.insert(QStringLiteral("service_id"), m_database->value(serviceId));
+    caller.account.insert(QStringLiteral("user_keys"),
+                          record(accountPath + QStringLiteral("/user_keys")));
+    caller.account.insert(QStringLiteral("settings"),
+                          record(accountPath + QStringLiteral("/settings")));
     const QJsonValue apiId
         = caller.account.value(QLatin1String("user_keys")).toObject().value(caller.holder.userKey);
     if (idOf(caller.account.value(QLatin1String("service_id"))) != caller.holder.serviceId
@@ -274,8 +281,10 @@ HttpResponse ChatApi::me(const Caller &caller) const
 HttpResponse ChatApi::chatInfo(const Caller &caller, const HttpRequest &request) const
 {
     const QString id = request.path.mid(request.path.lastIndexOf(QLatin1Char('/')) + 1);
-    const QJsonValue info = caller.account.value(QLatin1String("chats")).toObject().value(id);
-    if (!info.isObject())
+    const QJsonObject info = DatabasePath::isValidKey(id)
+                                 ? accountRecord(caller, QStringLiteral("chats/") + id)
+                                 : QJsonObject();
+    if (info.isEmpty())
         return envelope(404, 404, QStringLiteral("Чат не найден"));
     return HttpResponse::json(200, info);
 }

@@ -32,8 +32,10 @@ public:
     struct Caller
     {
         ApiTokens::Holder holder;
-        QJsonObject account; // chat-api/accounts/ID
-        QJsonObject user;    // chat-api/users/API_ID
+        // The small part of chat-api/accounts/ID: service_id, user_keys and settings. Chats,
+        // history and the like are read where needed, so a request costs what it uses.
+        QJsonObject account;
+        QJsonObject user; // chat-api/users/API_ID
     };
     using AuthorizedHandler = std::function<HttpResponse(const Caller &, const HttpRequest &)>;
 
@@ -61,6 +63,11 @@ public:
 
     // A record under "chat-api/"; empty when there is none.
     QJsonObject record(const QString &path) const;
+    // A record under the caller's "chat-api/accounts/ID/".
+    QJsonObject accountRecord(const Caller &caller, const QString &path) const
+    {
+        return record(QStringLiteral("accounts/%1/").arg(caller.holder.accountId) + path);
+    }
     // Writes a value (null deletes) at a database path, server values resolved and listeners
     // told, as the hosted service's own writes are; false when the database refuses it.
     bool write(const QString &path, const QJsonValue &value) const;

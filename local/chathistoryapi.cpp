@@ -137,7 +137,7 @@ HttpResponse ChatHistoryApi::search(const ChatApi::Caller &caller, const HttpReq
         if (status.isEmpty() || status == QLatin1String("all") || status == kind)
             entries.append({createdAt, chat, kind});
     };
-    const QJsonObject history = caller.account.value(QLatin1String("history")).toObject();
+    const QJsonObject history = m_api->accountRecord(caller, QStringLiteral("history"));
     for (const QJsonValue &record : history)
         consider(record.toObject().value(QLatin1String("chat")).toObject(), true);
     for (const QJsonValue &chat : realtime(caller, QStringLiteral("chats")).toObject())
@@ -201,8 +201,9 @@ QJsonArray ChatHistoryApi::widgets(const ChatApi::Caller &caller) const
 
 bool ChatHistoryApi::find(const ChatApi::Caller &caller, const QString &apiId, Found *found) const
 {
-    const QJsonObject record
-        = caller.account.value(QLatin1String("history")).toObject().value(apiId).toObject();
+    const QJsonObject record = DatabasePath::isValidKey(apiId)
+                                   ? m_api->accountRecord(caller, QStringLiteral("history/") + apiId)
+                                   : QJsonObject();
     if (!record.isEmpty()) {
         found->chat = record.value(QLatin1String("chat")).toObject();
         found->messages = record.value(QLatin1String("chat_messages")).toArray();
@@ -251,11 +252,10 @@ HttpResponse ChatHistoryApi::chat(const ChatApi::Caller &caller,
     if (info) {
         reply.insert(QStringLiteral("chat"), found.chat);
         reply.insert(QStringLiteral("visit"),
-                     caller.account.value(QLatin1String("chats"))
-                         .toObject()
-                         .value(apiId)
-                         .toObject()
-                         .value(QLatin1String("visit")));
+                     DatabasePath::isValidKey(apiId)
+                         ? m_api->accountRecord(caller, QStringLiteral("chats/") + apiId)
+                               .value(QLatin1String("visit"))
+                         : QJsonValue());
     }
     return HttpResponse::json(200, reply);
 }

@@ -98,7 +98,7 @@ HttpResponse ChatOperations::paymentPage(const HttpRequest &request) const
         payment
             = it.value().toObject().value(QLatin1String("payments")).toObject().value(id).toObject();
     if (id.isEmpty() || payment.isEmpty())
-        return HttpResponse::text(404, "Payment not found\n");
+        return HttpResponse::text(404, "Платёж не найден\n");
     const QString text
         = QStringLiteral("<!doctype html><meta charset=\"utf-8\"><title>Оплата</title>"
                          "<body style=\"font-family:sans-serif;max-width:28em;margin:4em auto\">"
@@ -145,10 +145,10 @@ HttpResponse ChatOperations::visitorBlock(const Caller &caller, const HttpReques
         return refused;
     const QString action = lastSegment(request.path);
     const qint64 chatId = ChatApi::idOf(object.value(QLatin1String("chat_id")));
-    const QJsonObject info = caller.account.value(QLatin1String("chats"))
-                                 .toObject()
-                                 .value(QString::number(chatId))
-                                 .toObject();
+    const QJsonObject info = chatId < 0
+                                 ? QJsonObject()
+                                 : m_api->accountRecord(caller,
+                                                        QStringLiteral("chats/%1").arg(chatId));
     if (chatId < 0 || info.isEmpty())
         return chatNotFound();
     const QString chatPath = accountPath(caller) + QStringLiteral("chats/%1/visit/").arg(chatId);
@@ -177,12 +177,13 @@ HttpResponse ChatOperations::handOver(const Caller &caller, const HttpRequest &r
     if (!body(request, &object, &refused))
         return refused;
     const qint64 chatId = ChatApi::idOf(object.value(QLatin1String("chat_id")));
-    const QJsonObject visit = caller.account.value(QLatin1String("chats"))
-                                  .toObject()
-                                  .value(QString::number(chatId))
-                                  .toObject()
-                                  .value(QLatin1String("visit"))
-                                  .toObject();
+    const QJsonObject visit = chatId < 0
+                                  ? QJsonObject()
+                                  : m_api
+                                        ->accountRecord(caller,
+                                                        QStringLiteral("chats/%1").arg(chatId))
+                                        .value(QLatin1String("visit"))
+                                        .toObject();
     if (chatId < 0 || visit.isEmpty())
         return chatNotFound();
     QJsonObject entry{{"time", isoTime(QDateTime::currentMSecsSinceEpoch())},
@@ -350,7 +351,7 @@ HttpResponse ChatOperations::createAnswer(const Caller &caller, const HttpReques
     qint64 id = 0;
     const QJsonObject existing = m_api->database()->shallowValue(answers).toObject();
     for (auto it = existing.constBegin(); it != existing.constEnd(); ++it)
-        id = qMax(id, it.key().toLongLong());
+        id = qMax(id, qMax<qint64>(0, ChatApi::idOf(it.key()))); // -1 for keys past 2^53
     ++id;
     if (!m_api->write(realtimePath(caller, QStringLiteral("quick-answers/%1").arg(id)), answer))
         return refusal(507, QStringLiteral("Не удалось сохранить ответ"));

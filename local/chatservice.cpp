@@ -97,7 +97,7 @@ QString ChatService::openChat(const Account &account,
                                     .toObject();
     if (!DatabasePath::isValidKey(visitorKey) || visitor.isEmpty())
         return {};
-    const qint64 widgetId = visitor.value(QLatin1String("chatWidgetId")).toVariant().toLongLong();
+    const qint64 widgetId = ChatApi::idOf(visitor.value(QLatin1String("chatWidgetId")));
     const QString robot = QStringLiteral("robot_%1").arg(widgetId);
     const QString accountRecord = QStringLiteral("accounts/%1/").arg(account.accountId);
     qint64 apiId = 0;
@@ -238,7 +238,7 @@ bool ChatService::introduce(const Account &account,
                  {"type", "system"},
                  {"subType", "introduction"},
                  {"attributes", QJsonObject{{"name", name}, {"email", email}, {"phone", phone}}}});
-    const qint64 apiId = chat.value(QLatin1String("apiId")).toVariant().toLongLong();
+    const qint64 apiId = ChatApi::idOf(chat.value(QLatin1String("apiId")));
     const QString visit
         = QStringLiteral("accounts/%1/chats/%2/visit/").arg(account.accountId).arg(apiId);
     if (!m_api->record(QStringLiteral("accounts/%1/chats/%2").arg(account.accountId).arg(apiId))
@@ -351,11 +351,23 @@ void ChatService::archive(const Account &account, const QString &chatKey)
     QJsonArray messages; // pushed keys sort in time order
     for (auto it = keyed.constBegin(); it != keyed.constEnd(); ++it)
         messages.append(it.value());
-    const qint64 apiId = chat.value(QLatin1String("apiId")).toVariant().toLongLong();
+    // The chat's API id is what an operator's token could have written: it never replaces a
+    // chat the history already holds.
+    const qint64 apiId = ChatApi::idOf(chat.value(QLatin1String("apiId")));
+    const QString historyPath
+        = QStringLiteral("accounts/%1/history/%2").arg(account.accountId).arg(apiId);
     const QString account_ = QStringLiteral("accounts/%1/").arg(account.accountId);
+    const QJsonObject info = m_api->record(account_ + QStringLiteral("chats/%1").arg(apiId));
+    const QString infoKey = info.value(QLatin1String("chat_info"))
+                                .toObject()
+                                .value(QLatin1String("chat_key"))
+                                .toString();
+    if (apiId < 0 || !m_api->record(historyPath).isEmpty()
+        || (!info.isEmpty() && infoKey != chatKey))
+        return;
     m_api->writeRecord(account_ + QStringLiteral("history/%1").arg(apiId),
                        QJsonObject{{"chat", chat}, {"chat_messages", messages}});
-    if (!m_api->record(account_ + QStringLiteral("chats/%1").arg(apiId)).isEmpty())
+    if (!info.isEmpty())
         m_api->writeRecord(account_ + QStringLiteral("chats/%1/chat_info/status").arg(apiId),
                            QStringLiteral("ended"));
     write(chatPath, QJsonValue());

@@ -31,13 +31,14 @@ QString csvField(QString text)
 
 } // namespace
 
-OfflineRequestsApi::OfflineRequestsApi(const ServiceClock *clock)
-    : m_clock(clock)
+OfflineRequestsApi::OfflineRequestsApi(const ChatApi *api, const ServiceClock *clock)
+    : m_api(api)
+    , m_clock(clock)
 {}
 
 void OfflineRequestsApi::install(ChatApi *api, const ServiceClock *clock, HttpRouter &router)
 {
-    const auto self = std::make_shared<OfflineRequestsApi>(clock);
+    const auto self = std::make_shared<OfflineRequestsApi>(api, clock);
     api->addAuthorized(router,
                        QStringLiteral("/api/chat/client/offline_messages"),
                        false,
@@ -67,7 +68,7 @@ bool OfflineRequestsApi::select(const ChatApi::Caller &caller,
     }
     QVector<QPair<qint64, QJsonObject>> admitted;
     for (const QJsonValue &value :
-         caller.account.value(QLatin1String("offline_messages")).toObject()) {
+         m_api->accountRecord(caller, QStringLiteral("offline_messages"))) {
         const QJsonObject message = value.toObject();
         const qint64 at = ApiListFilter::msOf(message.value(QLatin1String("created_at")));
         if (filter->admits(at, ApiListFilter::idOf(message.value(QLatin1String("chat_widget_id")))))

@@ -14,7 +14,7 @@ class ServiceClock;
 class OfflineRequestsApi
 {
 public:
-    explicit OfflineRequestsApi(const ServiceClock *clock);
+    OfflineRequestsApi(const ChatApi *api, const ServiceClock *clock);
 
     // The routes keep the instance alive.
     static void install(ChatApi *api, const ServiceClock *clock, HttpRouter &router);
@@ -29,5 +29,6 @@ private:
     HttpResponse list(const ChatApi::Caller &caller, const HttpRequest &request) const;
     HttpResponse exportCsv(const ChatApi::Caller &caller, const HttpRequest &request) const;
 
+    const ChatApi *m_api;
     const ServiceClock *m_clock;
 };

@@ -27,7 +27,7 @@ namespace {
 const QString kFiles = QStringLiteral("/files/uploads/");
 const QString kThumbnails = QStringLiteral("mini/");
 // Pictures bigger than this are kept as plain files: decoding them would cost too much memory.
-constexpr qint64 kMaxPixels = 40 * 1000 * 1000;
+constexpr qint64 kMaxPixels = 16 * 1000 * 1000;
 
 QString randomId()
 {
@@ -213,10 +213,17 @@ HttpResponse UploadApi::serve(const HttpRequest &request) const
     const QByteArray type = meta.value(QLatin1String("content_type")).toString().toLatin1();
     HttpResponse response(200);
     response.setBody(file.readAll(), type);
-    // Documents are saved, never shown in the browser as pages of this host.
+    // Only raster pictures are shown inline; anything else (an SVG or HTML page among them) is
+    // saved, never run as a page of this host.
+    static const QByteArrayList raster{"image/png",
+                                       "image/jpeg",
+                                       "image/gif",
+                                       "image/bmp",
+                                       "image/webp"};
     response.setHeader("Content-Disposition",
-                       (type.startsWith("image/") ? "inline" : "attachment")
+                       (raster.contains(type) ? "inline" : "attachment")
                            + QByteArray("; filename*=UTF-8''") + QUrl::toPercentEncoding(name));
     response.setHeader("X-Content-Type-Options", "nosniff");
+    response.setHeader("Content-Security-Policy", "default-src 'none'; sandbox");
     return response;
 }

@@ -239,26 +239,41 @@ HttpResponse VisitorApi::handle(const HttpRequest &request)
     return HttpResponse::json(200, QJsonObject{{"ok", true}});
 }
 
+QVector<VisitorApi::Site> VisitorApi::enabledSites() const
+{
+    // Account by account, reading only their widgets: the rest of an account may be big.
+    QVector<Site> result;
+    DatabasePath accounts;
+    DatabasePath::parse(QStringLiteral("chat-api/accounts"), &accounts);
+    const QJsonObject ids = m_api->database()->shallowValue(accounts).toObject();
+    for (auto account = ids.constBegin(); account != ids.constEnd(); ++account) {
+        if (!DatabasePath::isValidKey(account.key()))
+            continue;
+        const QString at = QStringLiteral("accounts/") + account.key();
+        const QJsonObject widgets = m_api->record(at + QStringLiteral("/settings/chat_widgets"));
+        if (widgets.isEmpty())
+            continue;
+        DatabasePath serviceId;
+        DatabasePath::parse(QStringLiteral("chat-api/") + at + QStringLiteral("/service_id"),
+                            &serviceId);
+        const ChatService::Account owner{ChatApi::idOf(m_api->database()->value(serviceId)),
+                                         account.key().toLongLong()};
+        for (const QJsonValue &value : widgets) {
+            const QJsonObject widget = value.toObject();
+            if (widget.value(QLatin1String("is_enabled")).toInt(1) != 0)
+                result.append({owner, widget});
+        }
+    }
+    return result;
+}
+
 HttpResponse VisitorApi::sites() const
 {
     QJsonArray list;
-    const QJsonObject accounts = m_api->record(QStringLiteral("accounts"));
-    for (auto account = accounts.constBegin(); account != accounts.constEnd(); ++account) {
-        const QJsonObject widgets = account.value()
-                                        .toObject()
-                                        .value(QLatin1String("settings"))
-                                        .toObject()
-                                        .value(QLatin1String("chat_widgets"))
-                                        .toObject();
-        for (const QJsonValue &value : widgets) {
-            const QJsonObject widget = value.toObject();
-            if (widget.value(QLatin1String("is_enabled")).toInt(1) == 0)
-                continue;
-            list.append(QJsonObject{{"widget", ChatApi::idOf(widget.value(QLatin1String("id")))},
-                                    {"name", widget.value(QLatin1String("name"))},
-                                    {"site", widget.value(QLatin1String("site"))}});
-        }
-    }
+    for (const Site &site : enabledSites())
+        list.append(QJsonObject{{"widget", ChatApi::idOf(site.widget.value(QLatin1String("id")))},
+                                {"name", site.widget.value(QLatin1String("name"))},
+                                {"site", site.widget.value(QLatin1String("site"))}});
     return HttpResponse::json(200, QJsonObject{{"sites", list}});
 }
 
@@ -267,24 +282,27 @@ HttpResponse VisitorApi::arrive(const HttpRequest &request, const QJsonObject &b
     const qint64 widgetId = ChatApi::idOf(body.value(QLatin1String("widget")));
     Session session;
     QString site;
-    const QJsonObject accounts = m_api->record(QStringLiteral("accounts"));
-    for (auto account = accounts.constBegin(); account != accounts.constEnd(); ++account) {
-        const QJsonObject record = account.value().toObject();
-        const QJsonObject widget = record.value(QLatin1String("settings"))
-                                       .toObject()
-                                       .value(QLatin1String("chat_widgets"))
-                                       .toObject()
-                                       .value(QString::number(widgetId))
-                                       .toObject();
-        if (widgetId >= 0 && !widget.isEmpty()) {
-            session.account = {ChatApi::idOf(record.value(QLatin1String("service_id"))),
-                               account.key().toLongLong()};
-            site = widget.value(QLatin1String("site")).toString();
+    for (const Site &candidate : enabledSites()) {
+        if (widgetId >= 0
+            && ChatApi::idOf(candidate.widget.value(QLatin1String("id"))) == widgetId) {
+            session.account = candidate.account;
+            site = candidate.widget.value(QLatin1String("site")).toString();
             break;
         }
     }
     if (site.isEmpty())
         return failure(404, QStringLiteral("Такого сайта нет"));
+    // One address may bring so many visitors a minute, so nobody can fill the database.
+    const qint64 now = m_clock->nowMs();
+    if (m_arrivalsByPeer.size() > 10000)
+        m_arrivalsByPeer.clear();
+    ArrivalWindow &window = m_arrivalsByPeer[request.peerAddress.toString()];
+    if (now - window.start >= 60000)
+        window = {now, 0};
+    if (++window.count > maxArrivalsPerMinute)
+        return failure(429,
+                       QStringLiteral(
+                           "Слишком много посетителей с этого адреса, подождите минуту"));
 
     session.widgetId = widgetId;
     session.visitorKey = m_pushIds.next(m_clock->nowMs());
@@ -325,7 +343,11 @@ void VisitorApi::end(const QByteArray &token)
     const auto found = m_sessions.find(token);
     if (found == m_sessions.end())
         return;
-    m_api->chatService()->visitorLeaves(found->account, found->visitorKey);
+    // A visitor who never started a chat leaves no trace; one who did stays, offline, beside it.
+    if (found->chatKey.isEmpty())
+        m_api->write(path(*found, QStringLiteral("visitors/") + found->visitorKey), QJsonValue());
+    else
+        m_api->chatService()->visitorLeaves(found->account, found->visitorKey);
     m_arrivals.erase(found->order);
     m_sessions.erase(found);
 }
@@ -351,6 +373,10 @@ HttpResponse VisitorApi::attach(Session &session, const HttpRequest &request)
         return failure(409, QStringLiteral("Сначала начните диалог"));
     if (request.body.size() > maxFileBytes)
         return failure(413, QStringLiteral("Файл больше 1 МБ"));
+    if (session.files >= maxFilesPerSession)
+        return failure(429,
+                       QStringLiteral("В одном диалоге можно отправить не больше %1 файлов")
+                           .arg(maxFilesPerSession));
     if (request.body.isEmpty())
         return failure(422, QStringLiteral("Файл пуст"));
     const QString chatPath = path(session, QStringLiteral("chats/") + session.chatKey);
@@ -411,6 +437,7 @@ HttpResponse VisitorApi::attach(Session &session, const HttpRequest &request)
                  chat.value(QLatin1String("messagesCount")).toInt() + 1);
     m_api->write(chatPath + QStringLiteral("/unreadCount"),
                  chat.value(QLatin1String("unreadCount")).toInt() + 1);
+    ++session.files;
     return HttpResponse::json(200, QJsonObject{{"ok", true}, {"url", url}});
 }
 

@@ -33,6 +33,10 @@ public:
     // Beyond this the oldest session ends (its visitor leaves).
     void setMaxSessions(int count) { m_maxSessions = qMax(1, count); }
 
+    // Bounds of what one client may add.
+    static constexpr int maxArrivalsPerMinute = 60; // per peer address
+    static constexpr int maxFilesPerSession = 20;
+
 private:
     struct Session
     {
@@ -41,7 +45,19 @@ private:
         qint64 widgetId = 0;
         QString chatKey;
         quint64 order = 0;
+        int files = 0;
     };
+    struct Site
+    {
+        ChatService::Account account;
+        QJsonObject widget; // settings/chat_widgets/ID
+    };
+    struct ArrivalWindow
+    {
+        qint64 start = 0;
+        int count = 0;
+    };
+    QVector<Site> enabledSites() const;
 
     HttpResponse handle(const HttpRequest &request);
     HttpResponse page(const HttpRequest &request) const;
@@ -59,7 +75,8 @@ private:
     const ServiceClock *m_clock;
     PushIdGenerator m_pushIds;
     QHash<QByteArray, Session> m_sessions;
-    std::map<quint64, QByteArray> m_arrivals; // oldest first
+    QHash<QString, ArrivalWindow> m_arrivalsByPeer; // by peer address
+    std::map<quint64, QByteArray> m_arrivals;       // oldest first
     quint64 m_nextOrder = 0;
     int m_maxSessions = 10000;
 };
