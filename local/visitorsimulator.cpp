@@ -175,7 +175,12 @@ QString VisitorSimulator::arrive(int chatAfterMs)
                              {"name", pick(kNames)},
                              {"online", true},
                              {"photo",
-                              QString(m_baseUrl + DemoFiles::avatarPath(key.mid(1).toLower()))},
+                              QString(m_baseUrl
+                                      + DemoFiles::avatarPath(
+                                          // Picture names take letters, digits and "-".
+                                          QStringLiteral("sim-")
+                                          + key.mid(1).toLower().replace(QLatin1Char('_'),
+                                                                         QLatin1Char('-'))))},
                              {"ip",
                               QStringLiteral("95.%1.%2.%3")
                                   .arg(between(1, 254))
