@@ -9,6 +9,13 @@
     </message>
 </context>
 <context>
+    <name>NetworkManager</name>
+    <message>
+        <source>Ошибка соединения с сервером</source>
+        <translation>Could not connect to the server</translation>
+    </message>
+</context>
+<context>
     <name>NotificationWindow</name>
     <message>
         <source>Закрыть</source>

@@ -1,0 +1,298 @@
+#include "network/networkmanager.h"
+
+#include "app/appsettings.h"
+#include "network/firebaseclient.h"
+#include "repo/authsession.h"
+#include "repo/chatrepository.h"
+#include "repo/chatsrepository.h"
+#include "repo/quickanswersrepository.h"
+#include "repo/usersrepository.h"
+#include "repo/visitorsrepository.h"
+#include "util/jsonparser.h"
+
+#include <QDebug>
+#include <QEventLoop>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTimer>
+
+namespace {
+
+const char kBearer[] = "bearer ";
+
+QByteArray compact(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+QPointer<NetworkManager> NetworkManager::s_instance;
+
+NetworkManager::NetworkManager(QObject *parent)
+    : QObject(parent)
+    , m_apiHost(AppSettings::instance()->getApiHost())
+    , m_manager(new QNetworkAccessManager(this))
+    , m_chatRepository(ChatRepository::getInstance())
+    , m_chatsRepository(ChatsRepository::getInstance())
+    , m_usersRepository(UsersRepository::getInstance())
+    , m_quickAnswersRepository(QuickAnswersRepository::getInstance())
+    , m_session(AuthSession::getInstance())
+    , m_visitorsRepository(VisitorsRepository::getInstance())
+{
+    qRegisterMetaType<NetworkManager::AuthenticateErrorType>(
+        "NetworkManager::AuthenticateErrorType");
+    const AppSettings *settings = AppSettings::instance();
+    m_firebase = new FirebaseClient(settings->getFirebaseDatabaseUrl(),
+                                    settings->getFirebaseApiKey(),
+                                    settings->getFirebaseProject(),
+                                    settings->getFirebaseAuthDomain(),
+                                    this);
+    m_firebase->setIdentityUrl(settings->identityUrl());
+    m_firebase->setTokenUrl(settings->tokenUrl());
+    m_firebase->setProbeUrl(settings->probeUrl());
+    connect(m_firebase,
+            &FirebaseClient::connectionChanged,
+            this,
+            &NetworkManager::connectionChanged);
+    connect(m_firebase,
+            &FirebaseClient::tokenRefreshError,
+            this,
+            &NetworkManager::tokenRefreshError);
+    if (!s_instance)
+        s_instance = this;
+}
+
+NetworkManager::~NetworkManager() = default;
+
+NetworkManager *NetworkManager::instance()
+{
+    return s_instance;
+}
+
+QNetworkRequest NetworkManager::createRequest(const QString &host, const QString &path) const
+{
+    QNetworkRequest request(QUrl(QStringLiteral("https://") + host + path));
+    request.setRawHeader("Content-Type", "application/json");
+    if (!m_token.isEmpty())
+        request.setRawHeader("Authorization", m_token);
+    return request;
+}
+
+QNetworkReply *NetworkManager::startRequest(RequestType type,
+                                            const QNetworkRequest &request,
+                                            const QByteArray &body,
+                                            bool getWithBody)
+{
+    switch (type) {
+    case Post:
+        return m_manager->post(request, body);
+    case Get:
+        if (getWithBody && !body.isEmpty())
+            return m_manager->sendCustomRequest(request, "GET", body);
+        return m_manager->get(request);
+    case Delete:
+        return m_manager->sendCustomRequest(request, "DELETE");
+    case Put:
+        return m_manager->put(request, body);
+    }
+    return nullptr;
+}
+
+QJsonObject NetworkManager::sendRequest(RequestType type,
+                                        const QString &host,
+                                        const QString &path,
+                                        const QByteArray &body)
+{
+    QNetworkReply *reply = startRequest(type, createRequest(host, path), body, false);
+    if (!reply)
+        return QJsonObject();
+    QEventLoop loop;
+    QTimer timeout;
+    timeout.setSingleShot(true);
+    // A stalled service must not freeze the console: the abort finishes the reply as a failure.
+    connect(&timeout, &QTimer::timeout, reply, &QNetworkReply::abort);
+    connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    timeout.start(m_requestTimeout);
+    if (!reply->isFinished())
+        loop.exec();
+    return parseReply(reply);
+}
+
+QNetworkReply *NetworkManager::sendRequestAsync(RequestType type,
+                                                const QString &host,
+                                                const QString &path,
+                                                const QByteArray &body)
+{
+    return startRequest(type, createRequest(host, path), body, true);
+}
+
+QNetworkReply *NetworkManager::sendApiRequestAsync(RequestType type,
+                                                   const QString &path,
+                                                   const QByteArray &body)
+{
+    return sendRequestAsync(type, m_apiHost, path, body);
+}
+
+bool NetworkManager::requestFinished(QNetworkReply *reply) const
+{
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    return reply->error() == QNetworkReply::NoError && status >= 200 && status < 300;
+}
+
+QJsonObject NetworkManager::parseReply(QNetworkReply *reply)
+{
+    const QByteArray renewed = reply->rawHeader("Authorization");
+    if (!renewed.isEmpty())
+        m_token = kBearer + renewed;
+    QByteArray body;
+    if (reply->error() != QNetworkReply::NoError) {
+        qDebug() << "parseReplay" << reply->errorString();
+        qDebug() << "errorCode" << reply->error();
+    } else {
+        body = reply->readAll();
+    }
+    reply->deleteLater();
+    return JsonParser::fromString(QString::fromUtf8(body));
+}
+
+void NetworkManager::authenticate(const QString &email, const QString &password)
+{
+    const QJsonObject body{{"email", email}, {"password", password}};
+    handleAuthenticationReply(
+        sendRequest(Post, m_apiHost, QStringLiteral("/api/auth/login"), compact(body)));
+}
+
+void NetworkManager::authenticate(const QString &email, const QString &password, int serviceId)
+{
+    m_serviceId = serviceId;
+    const QJsonObject body{{"email", email}, {"password", password}, {"service_id", serviceId}};
+    handleAuthenticationReply(
+        sendRequest(Post, m_apiHost, QStringLiteral("/api/auth/login"), compact(body)));
+}
+
+void NetworkManager::handleAuthenticationReply(const QJsonObject &reply)
+{
+    if (reply.isEmpty()) {
+        emit authenticateError(0, tr("Ошибка соединения с сервером"), OtherError);
+        return;
+    }
+    const int status = reply.value(QLatin1String("status_code")).toInt();
+    if (reply.contains(QLatin1String("errors")) || reply.contains(QLatin1String("status_code"))) {
+        const QJsonObject errors = reply.value(QLatin1String("errors")).toObject();
+        const QJsonValue email = errors.value(QLatin1String("email"));
+        const QJsonValue password = errors.value(QLatin1String("password"));
+        if (!email.isUndefined() && !email.isNull())
+            emit authenticateError(status, email.toArray().first().toString(), EmailError);
+        else if (!password.isUndefined() && !password.isNull())
+            emit authenticateError(status, password.toArray().first().toString(), PasswordError);
+        else
+            emit authenticateError(status,
+                                   reply.value(QLatin1String("message")).toString(),
+                                   OtherError);
+        return;
+    }
+    if (reply.contains(QLatin1String("services"))) {
+        emit needFranchiseSelection(JsonParser::getFranchiseItemsFromJson(reply));
+        return;
+    }
+
+    m_session->setSettings(JsonParser::getApiChatSettingsFromJson(
+        sendRequest(Get, m_apiHost, QStringLiteral("/api/chat/client"))));
+    m_userInfo = JsonParser::getUserInfoFromJson(reply.value(QLatin1String("user")).toObject());
+    m_session->setuserInfo(m_userInfo);
+    emit authenticateSuccess(m_userInfo);
+
+    QString customToken = QString::fromUtf8(m_token);
+    const int bearerAt = customToken.indexOf(QLatin1String(kBearer));
+    if (bearerAt >= 0)
+        customToken.remove(bearerAt, int(qstrlen(kBearer)));
+    m_firebase->setToken(customToken.toUtf8());
+    // The file uploader takes the token here once it exists.
+
+    m_firebase->subscribe(accountPath(m_userInfo, "users"), this, "onUserInfo", QString());
+    m_firebase->subscribe(accountPath(m_userInfo, "chats"), this, "onFirebaseDialogs", QString());
+    m_firebase->subscribe(accountPath(m_userInfo, "quick-answers"),
+                          this,
+                          "onFirebaseQuickAnswers",
+                          QString());
+    m_firebase->subscribe(accountPath(m_userInfo, "user-keys"),
+                          this,
+                          "onFirebaseUserKeys",
+                          QString());
+
+    const UserInfo profile = getUserInfo();
+    m_session->setOnlineVisitorEnabled(profile.getOnlineVisitorEnabled());
+    if (m_session->isOnlineVisitorEnabled())
+        m_firebase->subscribe(accountPath(profile, "visitors"),
+                              this,
+                              "onFirebaseVisitors",
+                              QString());
+}
+
+QString NetworkManager::accountPath(const UserInfo &user, const QString &collection) const
+{
+    return QStringLiteral("/services/%1/accounts/%2/%3")
+        .arg(user.getServiceId())
+        .arg(user.getAccountId())
+        .arg(collection);
+}
+
+UserInfo NetworkManager::getUserInfo()
+{
+    const QJsonObject reply = sendRequest(Get, m_apiHost, QStringLiteral("/api/auth/me"));
+    return JsonParser::getUserInfoFromJson(reply.value(QLatin1String("user")).toObject());
+}
+
+QJsonArray NetworkManager::getUsersInfo()
+{
+    const QJsonObject reply = sendRequest(Get, m_apiHost, QStringLiteral("/api/auth/me"));
+    return reply.value(QLatin1String("users")).toArray();
+}
+
+void NetworkManager::getChatInfo(qint64 chatId)
+{
+    QNetworkReply *reply
+        = sendApiRequestAsync(Get, QStringLiteral("/api/chat/client/info/%1").arg(chatId));
+    connect(reply, &QNetworkReply::finished, this, &NetworkManager::onUserInfoRequestFinished);
+}
+
+void NetworkManager::onUserInfoRequestFinished()
+{
+    auto *reply = qobject_cast<QNetworkReply *>(sender());
+    if (!reply)
+        return;
+    if (reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 200) {
+        reply->deleteLater();
+        return;
+    }
+    emit chatInfo(JsonParser::getApiChatInfoFromJson(parseReply(reply)));
+}
+
+void NetworkManager::logout()
+{
+    const QString userKey = m_session->getUserId();
+    if (userKey.isEmpty())
+        return;
+    m_firebase->put(QStringLiteral("/services/%1/accounts/%2/users/%3/online")
+                        .arg(m_userInfo.getServiceId())
+                        .arg(m_userInfo.getAccountId())
+                        .arg(userKey),
+                    "false");
+}
+
+// The handlers of the realtime events come with the account data loading; until then the
+// subscriptions deliver into these.
+void NetworkManager::onUserInfo(FirebaseReply) {}
+
+void NetworkManager::onFirebaseDialogs(FirebaseReply) {}
+
+void NetworkManager::onFirebaseChat(FirebaseReply) {}
+
+void NetworkManager::onFirebaseQuickAnswers(FirebaseReply) {}
+
+void NetworkManager::onFirebaseUserKeys(FirebaseReply) {}
+
+void NetworkManager::onFirebaseVisitors(FirebaseReply) {}

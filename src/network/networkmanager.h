@@ -1,0 +1,131 @@
+#pragma once
+
+#include "network/firebasereply.h"
+#include "records/apichatinfo.h"
+#include "records/firebasechat.h"
+#include "records/firebaseuser.h"
+#include "records/franchiseitem.h"
+#include "records/userinfo.h"
+
+#include <QByteArray>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QList>
+#include <QNetworkRequest>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+class AuthSession;
+class ChatRepository;
+class ChatsRepository;
+class FirebaseClient;
+class QNetworkAccessManager;
+class QNetworkReply;
+class QuickAnswersRepository;
+class UsersRepository;
+class VisitorsRepository;
+
+// The console's one client of the chat service: builds, sends and reads REST requests, signs the
+// operator in and then opens the account's realtime subscriptions.
+class NetworkManager : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum RequestType { Post = 0, Get = 1, Delete = 3, Put = 4 };
+    Q_ENUM(RequestType)
+
+    enum AuthenticateErrorType { EmailError = 0, PasswordError = 1, OtherError = 2 };
+    Q_ENUM(AuthenticateErrorType)
+
+    // The first manager created becomes the instance. The repositories and the session must
+    // exist before it.
+    explicit NetworkManager(QObject *parent = nullptr);
+    ~NetworkManager() override;
+
+    static NetworkManager *instance();
+
+    QNetworkRequest createRequest(const QString &host, const QString &path) const;
+    // Blocks in a local event loop; a request without an answer within the time-out is aborted
+    // and yields an empty object, as does any failure.
+    QJsonObject sendRequest(RequestType type,
+                            const QString &host,
+                            const QString &path,
+                            const QByteArray &body = QByteArray());
+    QNetworkReply *sendRequestAsync(RequestType type,
+                                    const QString &host,
+                                    const QString &path,
+                                    const QByteArray &body = QByteArray());
+    QNetworkReply *sendApiRequestAsync(RequestType type,
+                                       const QString &path,
+                                       const QByteArray &body = QByteArray());
+    bool requestFinished(QNetworkReply *reply) const;
+    // Renews the token from the reply, reads the body and deletes the reply later.
+    QJsonObject parseReply(QNetworkReply *reply);
+
+    void authenticate(const QString &email, const QString &password);
+    void authenticate(const QString &email, const QString &password, int serviceId);
+    UserInfo getUserInfo();
+    // The account's operators as the profile reply lists them.
+    QJsonArray getUsersInfo();
+    void getChatInfo(qint64 chatId);
+    void logout();
+
+    QString getCurrentChatId() const { return m_currentChatId; }
+    void setUserOnlineOnStartup() { m_userOnlineOnStartup = true; }
+
+    QByteArray getToken() const { return m_token; }
+    FirebaseClient *firebaseClient() const { return m_firebase; }
+    // Milliseconds a blocking request waits for its answer (30,000).
+    void setRequestTimeout(int milliseconds) { m_requestTimeout = milliseconds; }
+
+public slots:
+    void onUserInfoRequestFinished();
+
+    // Realtime events, called queued by name from the subscriptions.
+    void onUserInfo(FirebaseReply reply);
+    void onFirebaseDialogs(FirebaseReply reply);
+    void onFirebaseChat(FirebaseReply reply);
+    void onFirebaseQuickAnswers(FirebaseReply reply);
+    void onFirebaseUserKeys(FirebaseReply reply);
+    void onFirebaseVisitors(FirebaseReply reply);
+
+signals:
+    void authenticateError(int errnum,
+                           QString errorMessage,
+                           NetworkManager::AuthenticateErrorType type);
+    void authenticateSuccess(UserInfo userInfo);
+    void needFranchiseSelection(QList<FranchiseItem> franchiseList);
+    void initUsers(QList<FirebaseUser> users);
+    void initDialogs(QList<FirebaseChat> chats);
+    void chatInfo(ApiChatInfo info);
+    void connectionChanged(bool connected);
+    void tokenRefreshError();
+
+private:
+    QNetworkReply *startRequest(RequestType type,
+                                const QNetworkRequest &request,
+                                const QByteArray &body,
+                                bool getWithBody);
+    void handleAuthenticationReply(const QJsonObject &reply);
+    QString accountPath(const UserInfo &user, const QString &collection) const;
+
+    static QPointer<NetworkManager> s_instance;
+
+    QString m_apiHost;
+    QNetworkAccessManager *m_manager;
+    FirebaseClient *m_firebase;
+    int m_serviceId = 0;
+    QByteArray m_token;
+    UserInfo m_userInfo;
+    QString m_currentChatId;
+    ChatRepository *m_chatRepository;
+    ChatsRepository *m_chatsRepository;
+    UsersRepository *m_usersRepository;
+    QuickAnswersRepository *m_quickAnswersRepository;
+    AuthSession *m_session;
+    VisitorsRepository *m_visitorsRepository;
+    bool m_userOnlineOnStartup = false;
+    int m_requestTimeout = 30000;
+};
