@@ -2,6 +2,7 @@
 
 #include "app/appsettings.h"
 #include "network/firebaseclient.h"
+#include "records/firebasechatmessage.h"
 #include "repo/authsession.h"
 #include "repo/chatrepository.h"
 #include "repo/chatsrepository.h"
@@ -25,6 +26,13 @@ const char kBearer[] = "bearer ";
 QByteArray compact(const QJsonObject &object)
 {
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+// A collection with numeric keys may arrive as an array; it is read by index.
+QJsonObject snapshotObject(const FirebaseReply &reply)
+{
+    const QJsonValue value = reply.getData().value(QLatin1String("d"));
+    return value.isArray() ? JsonParser::fromJsonArray(value.toArray()) : value.toObject();
 }
 
 } // namespace
@@ -283,16 +291,186 @@ void NetworkManager::logout()
                     "false");
 }
 
-// The handlers of the realtime events come with the account data loading; until then the
-// subscriptions deliver into these.
-void NetworkManager::onUserInfo(FirebaseReply) {}
+void NetworkManager::onUserOnline(bool online)
+{
+    const QString userKey = m_session->getUserId();
+    if (userKey.isEmpty())
+        return;
+    m_firebase->putAsync(accountPath(m_userInfo, "users/" + userKey + "/online"),
+                         online ? "true" : "false");
+}
 
-void NetworkManager::onFirebaseDialogs(FirebaseReply) {}
+void NetworkManager::connectToChat(const QString &chatId)
+{
+    m_currentChatId = chatId;
+    // A second subscription of the same path is refused by the client, so reopening is harmless.
+    m_firebase->subscribe(accountPath(m_userInfo, "chat-messages/" + chatId),
+                          this,
+                          "onFirebaseChat",
+                          QString());
+    m_chatRepository->setChatId(chatId);
+    readChat(chatId, false);
+    readChatMessages(false);
+}
 
-void NetworkManager::onFirebaseChat(FirebaseReply) {}
+void NetworkManager::disconnectFromChat()
+{
+    m_chatRepository->setConnectedState(false);
+    m_firebase->unsubscribe(accountPath(m_userInfo, "chat-messages/" + m_currentChatId));
+}
 
-void NetworkManager::onFirebaseQuickAnswers(FirebaseReply) {}
+bool NetworkManager::mayRead(const FirebaseChat &chat, bool force) const
+{
+    return force || chat.getOperators().contains(m_session->getUserId());
+}
 
-void NetworkManager::onFirebaseUserKeys(FirebaseReply) {}
+void NetworkManager::readChat(const QString &chatId, bool force)
+{
+    const FirebaseChat chat = m_chatsRepository->getChatById(chatId);
+    if (!mayRead(chat, force))
+        return;
+    const QString chatPath = accountPath(m_userInfo, "chats/" + chatId);
+    m_firebase->patchAsync(chatPath, compact(QJsonObject{{"unreadCount", 0}}));
+    const QString sender = chat.getLastMessage().getSender();
+    if (m_usersRepository->getUserById(sender).getRole() == QLatin1String("visitor"))
+        m_firebase->patchAsync(chatPath + "/lastMessage", compact(QJsonObject{{"status", "read"}}));
+}
 
-void NetworkManager::onFirebaseVisitors(FirebaseReply) {}
+void NetworkManager::readChatMessages(bool force)
+{
+    const QString chatId = m_chatRepository->getChatId();
+    const FirebaseChat chat = m_chatsRepository->getChatById(chatId);
+    if (!mayRead(chat, force))
+        return;
+    QJsonObject statuses;
+    for (const FirebaseChatMessage &message : m_chatRepository->getMessages()) {
+        if (message.getSender() == chat.getVisitor() && message.getStatus() != QLatin1String("read"))
+            statuses.insert(message.getId() + "/status", "read");
+    }
+    if (!statuses.isEmpty())
+        m_firebase->patchAsync(accountPath(m_userInfo, "chat-messages/" + chatId),
+                               compact(statuses));
+}
+
+void NetworkManager::readCurrentChat(bool force)
+{
+    readChat(m_chatRepository->getChatId(), force);
+}
+
+void NetworkManager::disconnectFromAll()
+{
+    m_firebase->unsubscribeFromAll();
+}
+
+// The users, chats and messages handlers skip "keep-alive", the others "keep-event"; the stream
+// calls its idle events "keep-live", which no routing below acts on either way. A repository the
+// process has not created (a tool that only signs in) is simply not fed.
+void NetworkManager::onUserInfo(FirebaseReply reply)
+{
+    const QString event = reply.getEvent();
+    if (!m_usersRepository || event == QLatin1String("keep-alive"))
+        return;
+    if (event == QLatin1String("init")) {
+        const QJsonObject users = reply.getData().value(QLatin1String("d")).toObject();
+        const int ownApiId = m_session->getUserInfo().getId();
+        QList<FirebaseUser> list;
+        for (auto it = users.constBegin(); it != users.constEnd(); ++it) {
+            FirebaseUser user = JsonParser::getFirebaseUserFromJson(it.value().toObject());
+            user.setId(it.key());
+            // The operator's own key must be known before the repository announces the users.
+            if (user.getApiId() == ownApiId)
+                m_session->setUserId(it.key());
+            list.append(user);
+        }
+        m_usersRepository->initUsers(list);
+        if (m_userOnlineOnStartup)
+            onUserOnline(true);
+    } else if (event == QLatin1String("put") || event == QLatin1String("patch")) {
+        m_usersRepository->update(JsonParser::fromFirebaseReply(reply));
+    }
+}
+
+void NetworkManager::onFirebaseDialogs(FirebaseReply reply)
+{
+    const QString event = reply.getEvent();
+    if (!m_chatsRepository || event == QLatin1String("keep-alive"))
+        return;
+    if (event == QLatin1String("init")) {
+        m_chatsRepository->setTimeOffset(0);
+        const QJsonObject data = reply.getData().value(QLatin1String("d")).toObject();
+        QList<FirebaseChat> list;
+        auto append = [&list](const QJsonObject &chats) {
+            for (auto it = chats.constBegin(); it != chats.constEnd(); ++it) {
+                FirebaseChat chat = JsonParser::getFirebaseChatFromJson(it.value().toObject());
+                chat.setId(it.key());
+                list.append(chat);
+            }
+        };
+        const QJsonValue apiId = data.value(QLatin1String("apiId"));
+        if (apiId.isNull() || apiId.isUndefined()) {
+            append(data);
+        } else {
+            // The first event was one chat pushed at its own key rather than the whole map.
+            const QJsonObject object = JsonParser::fromFirebaseReply(reply);
+            append(object);
+            m_chatsRepository->update(object);
+        }
+        m_chatsRepository->initChats(list);
+    } else if (event == QLatin1String("put") || event == QLatin1String("patch")) {
+        m_chatsRepository->update(JsonParser::fromFirebaseReply(reply));
+    }
+}
+
+void NetworkManager::onFirebaseChat(FirebaseReply reply)
+{
+    const QString event = reply.getEvent();
+    if (!m_chatRepository || event == QLatin1String("keep-alive"))
+        return;
+    if (event == QLatin1String("init")) {
+        const QJsonObject messages = reply.getData().value(QLatin1String("d")).toObject();
+        QList<FirebaseChatMessage> list;
+        for (auto it = messages.constBegin(); it != messages.constEnd(); ++it) {
+            FirebaseChatMessage message = JsonParser::getFirebaseChatMessageFromJson(
+                it.value().toObject());
+            message.setId(it.key());
+            list.append(message);
+        }
+        m_chatRepository->initMessages(list);
+    } else if (event == QLatin1String("put") || event == QLatin1String("patch")) {
+        m_chatRepository->update(JsonParser::fromFirebaseReply(reply));
+    }
+}
+
+void NetworkManager::onFirebaseQuickAnswers(FirebaseReply reply)
+{
+    const QString event = reply.getEvent();
+    if (!m_quickAnswersRepository || event == QLatin1String("keep-event"))
+        return;
+    if (event == QLatin1String("init"))
+        m_quickAnswersRepository->initializeAnswers(
+            JsonParser::getQuickAnswersFromJson(snapshotObject(reply)));
+    else if (event == QLatin1String("put") || event == QLatin1String("patch"))
+        m_quickAnswersRepository->update(JsonParser::fromFirebaseReply(reply));
+}
+
+void NetworkManager::onFirebaseUserKeys(FirebaseReply reply)
+{
+    const QString event = reply.getEvent();
+    if (!m_usersRepository || event == QLatin1String("keep-event"))
+        return;
+    if (event == QLatin1String("init"))
+        m_usersRepository->setUserKeys(JsonParser::getUserKeysFromJson(snapshotObject(reply)));
+    else if (event == QLatin1String("put") || event == QLatin1String("patch"))
+        m_usersRepository->updateKeys(JsonParser::fromFirebaseReply(reply));
+}
+
+void NetworkManager::onFirebaseVisitors(FirebaseReply reply)
+{
+    const QString event = reply.getEvent();
+    if (!m_visitorsRepository || event == QLatin1String("keep-event"))
+        return;
+    if (event == QLatin1String("init"))
+        m_visitorsRepository->initialize(JsonParser::fromFirebaseReply(reply));
+    else if (event == QLatin1String("put") || event == QLatin1String("patch"))
+        m_visitorsRepository->update(JsonParser::fromFirebaseReply(reply));
+}

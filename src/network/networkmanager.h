@@ -72,6 +72,16 @@ public:
     void getChatInfo(qint64 chatId);
     void logout();
 
+    // Observes the chat's messages and marks what the operator may read as read.
+    void connectToChat(const QString &chatId);
+    void disconnectFromChat();
+    // force: also in a chat the operator does not take part in.
+    void readChat(const QString &chatId, bool force);
+    // Every unread visitor message of the open chat, in one multi-path patch.
+    void readChatMessages(bool force);
+    void readCurrentChat(bool force);
+    void disconnectFromAll();
+
     QString getCurrentChatId() const { return m_currentChatId; }
     void setUserOnlineOnStartup() { m_userOnlineOnStartup = true; }
 
@@ -82,6 +92,7 @@ public:
 
 public slots:
     void onUserInfoRequestFinished();
+    void onUserOnline(bool online);
 
     // Realtime events, called queued by name from the subscriptions.
     void onUserInfo(FirebaseReply reply);
@@ -110,6 +121,7 @@ private:
                                 bool getWithBody);
     void handleAuthenticationReply(const QJsonObject &reply);
     QString accountPath(const UserInfo &user, const QString &collection) const;
+    bool mayRead(const FirebaseChat &chat, bool force) const;
 
     static QPointer<NetworkManager> s_instance;
 
