@@ -303,16 +303,28 @@ HttpResponse ChatOperations::createPayLink(const Caller &caller, const HttpReque
                                           {"expires_at", isoTime(now + 24 * 3600 * 1000)}});
 }
 
+bool ChatOperations::answerText(const HttpRequest &request,
+                                QJsonObject *object,
+                                QString *text,
+                                HttpResponse *refused)
+{
+    if (!body(request, object, refused))
+        return false;
+    *text = object->value(QLatin1String("message")).toString().trimmed();
+    if (!text->isEmpty() && text->size() <= kMaxAnswerChars)
+        return true;
+    *refused = fieldError(QStringLiteral("message"),
+                          QStringLiteral("Введите текст ответа (до %1 знаков)").arg(kMaxAnswerChars));
+    return false;
+}
+
 HttpResponse ChatOperations::createAnswer(const Caller &caller, const HttpRequest &request)
 {
     QJsonObject object;
+    QString text;
     HttpResponse refused;
-    if (!body(request, &object, &refused))
+    if (!answerText(request, &object, &text, &refused))
         return refused;
-    const QString text = object.value(QLatin1String("message")).toString().trimmed();
-    if (text.isEmpty() || text.size() > kMaxAnswerChars)
-        return fieldError(QStringLiteral("message"),
-                          QStringLiteral("Введите текст ответа (до %1 знаков)").arg(kMaxAnswerChars));
     const qint64 type = ChatApi::idOf(object.value(QLatin1String("type")));
     const qint64 ownId = ChatApi::idOf(
         caller.user.value(QLatin1String("profile")).toObject().value(QLatin1String("id")));
@@ -380,13 +392,10 @@ HttpResponse ChatOperations::changeAnswer(const Caller &caller, const HttpReques
         return ok({{"id", id}});
     }
     QJsonObject object;
+    QString text;
     HttpResponse refused;
-    if (!body(request, &object, &refused))
+    if (!answerText(request, &object, &text, &refused))
         return refused;
-    const QString text = object.value(QLatin1String("message")).toString().trimmed();
-    if (text.isEmpty() || text.size() > kMaxAnswerChars)
-        return fieldError(QStringLiteral("message"),
-                          QStringLiteral("Введите текст ответа (до %1 знаков)").arg(kMaxAnswerChars));
     m_api->write(path + QStringLiteral("/text"), text);
     return ok({{"id", id}});
 }

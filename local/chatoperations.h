@@ -32,6 +32,11 @@ private:
 
     // The request's JSON object; false (with the envelope in *refusal) when it is none.
     static bool body(const HttpRequest &request, QJsonObject *object, HttpResponse *refusal);
+    // The body and its answer text ("message"), refused when empty or too long.
+    static bool answerText(const HttpRequest &request,
+                           QJsonObject *object,
+                           QString *text,
+                           HttpResponse *refusal);
     QString accountPath(const Caller &caller) const;
     QString realtimePath(const Caller &caller, const QString &rest) const;
     bool appendToOutbox(const QString &name, const QJsonObject &entry) const;

@@ -16,9 +16,9 @@ const qint64 Minute = 60000;
 // "<id> <last sender> <sent> <created> [flags]": the sender is "visitor", another user or "-"
 // for none; a time is minutes after ten o'clock, "epoch" (a chat read without a last message)
 // or "-" for none; flags are "no-answer" (noAnswerRequired) and "no-visitor".
-FirebaseChat chat(const QString &spec)
+FirebaseChat chat(const QString &row)
 {
-    const QStringList part = spec.split(' ');
+    const QStringList part = row.split(' ');
     const auto time = [](const QString &text) {
         return text == "-" ? Timestamp()
                            : Timestamp::fromMSecsSinceEpoch(
@@ -26,8 +26,8 @@ FirebaseChat chat(const QString &spec)
     };
     FirebaseChat chat;
     chat.setId(part[0]);
-    chat.setVisitor(spec.contains("no-visitor") ? QString() : "visitor");
-    chat.setNoAnswerRequired(spec.contains("no-answer"));
+    chat.setVisitor(row.contains("no-visitor") ? QString() : "visitor");
+    chat.setNoAnswerRequired(row.contains("no-answer"));
     FirebaseLastMessage last;
     last.setSender(part[1] == "-" ? QString() : part[1]);
     last.setSentAt(time(part[2]));
