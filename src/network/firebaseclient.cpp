@@ -19,6 +19,8 @@ namespace {
 constexpr qint64 kRefreshWatchdogLimitMs = 3600 * 1000;
 // A stream closed longer than a token refresh's reconnect takes is an outage to report.
 constexpr qint64 kStreamLossLimitMs = 5000;
+// A fire-and-forget request that moves no byte for this long fails, and the queue goes on.
+constexpr int kAsyncTransferTimeoutMs = 30000;
 
 // Three quarters of the token's lifetime, plus a grace: the token is renewed well before it
 // expires, and never in a tight loop when the lifetime is unknown (0).
@@ -321,10 +323,39 @@ void FirebaseClient::sendRequestAsync(RequestType type,
 {
     if (type == OPTIONS)
         return;
-    QNetworkReply *reply = startRequest(type, createRequest(baseUrl, pathAndQuery, false), body);
+    QNetworkRequest request = createRequest(baseUrl, pathAndQuery, false);
+    request.setTransferTimeout(kAsyncTransferTimeoutMs);
+    if (m_asyncQueue.size() >= maxQueuedAsyncRequests) {
+        // Only after hours without a network; the oldest write is the stalest.
+        qDebug() << "REALTIME WRITE DROPPED";
+        m_asyncQueue.dequeue();
+    }
+    m_asyncQueue.enqueue({type, request, body});
+    if (!m_asyncInFlight)
+        startNextAsync();
+}
+
+int FirebaseClient::pendingAsyncRequests() const
+{
+    return m_asyncQueue.size() + (m_asyncInFlight ? 1 : 0);
+}
+
+void FirebaseClient::startNextAsync()
+{
+    if (m_asyncQueue.isEmpty())
+        return;
+    const AsyncRequest next = m_asyncQueue.dequeue();
+    QNetworkReply *reply = startRequest(next.type, next.request, next.body);
+    m_asyncInFlight = reply;
     // Nobody reads the answer; dropping the reply once it is done keeps a long session from
     // piling them up.
-    connect(reply, &QNetworkReply::finished, reply, &QObject::deleteLater);
+    connect(reply, &QNetworkReply::finished, this, [this, reply] {
+        reply->deleteLater();
+        if (m_asyncInFlight == reply) {
+            m_asyncInFlight = nullptr;
+            startNextAsync();
+        }
+    });
 }
 
 QJsonObject FirebaseClient::sendRequestJson(RequestType type,

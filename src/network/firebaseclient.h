@@ -9,6 +9,7 @@
 #include <QNetworkRequest>
 #include <QObject>
 #include <QPointer>
+#include <QQueue>
 #include <QString>
 #include <QTimer>
 
@@ -78,10 +79,16 @@ public:
                               const QString &baseUrl,
                               const QString &pathAndQuery,
                               const QByteArray &body = QByteArray());
+    // Fire-and-forget: the requests go out one at a time in the order given, so that a write
+    // never overtakes an earlier one (a typing mark and its removal, a message and its last
+    // message).
     void sendRequestAsync(RequestType type,
                           const QString &baseUrl,
                           const QString &pathAndQuery,
                           const QByteArray &body = QByteArray());
+    // Asynchronous requests queued or in flight.
+    int pendingAsyncRequests() const;
+    static constexpr int maxQueuedAsyncRequests = 10000;
     QJsonObject sendRequestJson(RequestType type,
                                 const QString &baseUrl,
                                 const QString &pathAndQuery,
@@ -141,6 +148,7 @@ private:
                                 const QByteArray &body);
     // Spins a local event loop until the reply has finished.
     void waitFor(QNetworkReply *reply) const;
+    void startNextAsync();
     void scheduleRefresh(int milliseconds);
     QDateTime now() const;
     qint64 nowMs() const;
@@ -178,4 +186,13 @@ private:
     // Set once a stream has been closed too long; cleared only when every stream is open.
     bool m_streamsLost = false;
     bool m_connected = true;
+
+    struct AsyncRequest
+    {
+        RequestType type;
+        QNetworkRequest request;
+        QByteArray body;
+    };
+    QQueue<AsyncRequest> m_asyncQueue;
+    QPointer<QNetworkReply> m_asyncInFlight;
 };
