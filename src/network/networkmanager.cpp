@@ -3,6 +3,7 @@
 #include "app/appsettings.h"
 #include "network/firebaseclient.h"
 #include "records/firebasechatmessage.h"
+#include "records/firebaseuser.h"
 #include "repo/authsession.h"
 #include "repo/chatrepository.h"
 #include "repo/chatsrepository.h"
@@ -17,6 +18,7 @@
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QSet>
 #include <QTimer>
 
 namespace {
@@ -69,6 +71,16 @@ NetworkManager::NetworkManager(QObject *parent)
             &FirebaseClient::tokenRefreshError,
             this,
             &NetworkManager::tokenRefreshError);
+    if (m_chatRepository) {
+        connect(m_chatRepository,
+                &ChatRepository::messageSend,
+                this,
+                &NetworkManager::onSendMessage);
+        connect(m_chatRepository,
+                &ChatRepository::messageTextChanged,
+                this,
+                &NetworkManager::onMessageTextChanged);
+    }
     if (!s_instance)
         s_instance = this;
 }
@@ -316,7 +328,9 @@ void NetworkManager::connectToChat(const QString &chatId)
 void NetworkManager::disconnectFromChat()
 {
     m_chatRepository->setConnectedState(false);
-    m_firebase->unsubscribe(accountPath(m_userInfo, "chat-messages/" + m_currentChatId));
+    // The typing mark belongs to the chat being left, so it goes before the open chat changes.
+    if (m_firebase->unsubscribe(accountPath(m_userInfo, "chat-messages/" + m_currentChatId)))
+        onMessageTextChanged(QString());
 }
 
 bool NetworkManager::mayRead(const FirebaseChat &chat, bool force) const
@@ -473,4 +487,333 @@ void NetworkManager::onFirebaseVisitors(FirebaseReply reply)
         m_visitorsRepository->initialize(JsonParser::fromFirebaseReply(reply));
     else if (event == QLatin1String("put") || event == QLatin1String("patch"))
         m_visitorsRepository->update(JsonParser::fromFirebaseReply(reply));
+}
+
+QJsonObject NetworkManager::visitorRequest(const QString &action, const QString &chatId)
+{
+    const QJsonObject body{{"chat_id", m_chatsRepository->getChatById(chatId).getApiId()}};
+    const QJsonObject reply = sendRequest(Post,
+                                          m_apiHost,
+                                          QStringLiteral("/api/chat/client/visitor/") + action,
+                                          compact(body));
+    qDebug() << reply;
+    return reply;
+}
+
+void NetworkManager::blockUser(const QString &chatId)
+{
+    visitorRequest(QStringLiteral("block"), chatId);
+    // Marked whatever the service answered, so that the other consoles see it at once.
+    m_firebase->putAsync(path("chats/" + chatId + "/visitorBlocked"), "true");
+}
+
+void NetworkManager::unblockUser(const QString &chatId)
+{
+    visitorRequest(QStringLiteral("unblock"), chatId);
+    visitorRequest(QStringLiteral("unblock_ip"), chatId);
+    m_firebase->putAsync(path("chats/" + chatId + "/visitorBlocked"), "false");
+}
+
+void NetworkManager::blockIpUser(const QString &chatId)
+{
+    visitorRequest(QStringLiteral("block_ip"), chatId);
+}
+
+void NetworkManager::sendToCrm(const QString &chatId,
+                               const QString &name,
+                               const QString &email,
+                               const QString &phone,
+                               const QString &comment)
+{
+    const QJsonObject body{{"chat_id", m_chatsRepository->getChatById(chatId).getApiId()},
+                           {"data",
+                            QJsonObject{{"name", name},
+                                        {"email", email},
+                                        {"phone", phone},
+                                        {"comment", comment}}}};
+    QNetworkReply *reply = sendApiRequestAsync(Post,
+                                               QStringLiteral("/api/chat/client/send_crm"),
+                                               compact(body));
+    reply->setProperty("chatId", chatId);
+    connect(reply, &QNetworkReply::finished, this, &NetworkManager::onSendToCrmFinished);
+}
+
+void NetworkManager::onSendToCrmFinished()
+{
+    auto *reply = qobject_cast<QNetworkReply *>(sender());
+    if (!reply)
+        return;
+    const QString chatId = reply->property("chatId").toString();
+    // A refusal's body names the reason; parseReply drops the bodies of failed requests.
+    const QJsonObject answer = JsonParser::fromString(QString::fromUtf8(reply->readAll()));
+    // The service may also refuse inside a successful answer.
+    const bool success = requestFinished(reply) && !answer.contains(QLatin1String("errors"))
+                         && answer.value(QLatin1String("status_code")).toInt() < 400;
+    parseReply(reply);
+    QString message = answer.value(QLatin1String("message")).toString();
+    const QJsonObject errors = answer.value(QLatin1String("errors")).toObject();
+    if (!errors.isEmpty())
+        message = errors.constBegin().value().toArray().first().toString();
+    if (message.isEmpty())
+        message = success ? tr("Диалог отправлен в CRM") : tr("Не удалось отправить диалог в CRM");
+    emit sendToCrmFinished(chatId, success, message);
+}
+
+void NetworkManager::endChat(const QString &chatId)
+{
+    m_firebase->patchAsync(path("chats/" + chatId), compact(QJsonObject{{"status", "ended"}}));
+}
+
+void NetworkManager::noNeedAnswer(const QString &chatId)
+{
+    const FirebaseChat chat = m_chatsRepository->getChatById(chatId);
+    const FirebaseUser self = m_usersRepository->getUserById(m_session->getUserId());
+    QString name = self.getAliasForWidget(chat.getWidgetId()).getName();
+    // Without an alias on this widget the operator is known by their own name.
+    if (name.isEmpty())
+        name = self.getName();
+    m_firebase->patchAsync(path("chats/" + chatId),
+                           compact(QJsonObject{{"noAnswerRequired", true}}));
+    const QJsonObject message{{"sender", chat.getRobot()},
+                              {"sentAt", QJsonObject{{".sv", "timestamp"}}},
+                              {"status", "sent"},
+                              {"subType", "not_require_answer"},
+                              {"text", tr("%1 нажал \"Не ждет ответа\"").arg(name)},
+                              {"type", "system"}};
+    m_firebase->pushAsync(path("chat-messages/" + chatId), compact(message));
+}
+
+void NetworkManager::postMessage(const QString &chatId, const QJsonObject &message)
+{
+    const QByteArray json = compact(message);
+    m_firebase->pushAsync(path("chat-messages/" + chatId), json);
+    m_firebase->putAsync(path("chats/" + chatId + "/lastMessage"), json);
+}
+
+namespace {
+
+FirebaseChatMessage ownMessage(const QString &type, const QString &status, const QString &sender)
+{
+    FirebaseChatMessage message;
+    message.setType(type);
+    message.setStatus(status);
+    message.setSender(sender);
+    return message;
+}
+
+} // namespace
+
+void NetworkManager::exitChat(const QString &chatId)
+{
+    const QString self = m_session->getUserId();
+    QJsonArray operators;
+    for (const QString &key : m_chatsRepository->getChatById(chatId).getOperators()) {
+        if (key != self)
+            operators.append(key);
+    }
+    m_firebase->patchAsync(path("chats/" + chatId), compact(QJsonObject{{"operators", operators}}));
+    postMessage(chatId, ownMessage("left", "delivered", self).toJson(true));
+}
+
+void NetworkManager::addOperatorToChat(const QString &)
+{
+    const QString chatId = m_currentChatId;
+    const QString self = m_session->getUserId();
+    const QJsonObject message = ownMessage("joined", "delivered", self).toJson(true);
+    QJsonArray operators;
+    for (const QString &key : m_chatsRepository->getChatById(chatId).getOperators()) {
+        // Listed once, last, even when a stale entry already names the operator.
+        if (key != self)
+            operators.append(key);
+    }
+    operators.append(self);
+    m_firebase->patchAsync(path("chats/" + chatId),
+                           compact(QJsonObject{{"lastMessage", message}, {"operators", operators}}));
+    m_firebase->pushAsync(path("chat-messages/" + chatId), compact(message));
+    readChatMessages(true);
+    readCurrentChat(true);
+}
+
+void NetworkManager::inviteOperatorToChat(const QString &chatId, const QString &operatorId)
+{
+    FirebaseChatMessage message = ownMessage("invitation", "sent", m_session->getUserId());
+    message.setTarget(operatorId);
+    QStringList notified = m_chatsRepository->getChatById(chatId).getUserToNotification();
+    // An empty list stays empty: the invitation then goes out without a notification entry.
+    if (!notified.isEmpty() && !notified.contains(operatorId)) {
+        notified.append(operatorId);
+        QJsonObject entries;
+        for (const QString &key : notified)
+            entries.insert(key, true);
+        m_firebase->putAsync(path("chats/" + chatId + "/userToNotification"), compact(entries));
+    }
+    postMessage(chatId, message.toJson(true));
+}
+
+void NetworkManager::sendPayment(const QString &title,
+                                 int quantity,
+                                 const QString &amount,
+                                 const QString &link,
+                                 const QString &currency,
+                                 const QString &currencyText,
+                                 const QString &paySystem)
+{
+    qDebug() << "PAY SYSTEM: " << paySystem;
+    const QString chatId = m_currentChatId;
+    const QJsonObject attributes{{"title", title},
+                                 {"quantity", quantity},
+                                 {"amount", amount},
+                                 {"link", link},
+                                 {"currency", currency},
+                                 {"currencyText", currencyText},
+                                 {"status", "created"},
+                                 {"paySystem", paySystem}};
+    const QJsonObject message{{"type", "system"},
+                              {"sender", m_chatsRepository->getChatById(chatId).getRobot()},
+                              {"sentAt", QJsonObject{{".sv", "timestamp"}}},
+                              {"status", "delivered"},
+                              {"subType", "pay_link"},
+                              {"operator", m_session->getUserId()},
+                              {"attributes", attributes}};
+    m_firebase->pushAsync(path("chat-messages/" + chatId), compact(message));
+}
+
+int NetworkManager::openChatMessageCount() const
+{
+    const QString robot = m_chatsRepository->getChatById(m_chatRepository->getChatId()).getRobot();
+    QSet<QString> people;
+    for (const FirebaseChatMessage &message : m_chatRepository->getMessages())
+        people.insert(message.getSender());
+    people.remove(robot);
+    return m_chatRepository->getMessageCount(QStringList(people.begin(), people.end()));
+}
+
+void NetworkManager::writeMessageCount(const QString &chatId, int count)
+{
+    m_firebase->putAsync(path("chats/" + chatId + "/messagesCount"), QByteArray::number(count));
+}
+
+void NetworkManager::onSendMessage(const QString &text)
+{
+    const QString chatId = m_currentChatId;
+    if (chatId.isEmpty() || text.trimmed().isEmpty())
+        return;
+    FirebaseChatMessage message = ownMessage("text", "sent", m_session->getUserId());
+    message.setText(text);
+    message.setSentAt(QDateTime::currentDateTime());
+    // The database's clock orders the dialog, whatever this computer's clock says.
+    postMessage(chatId, message.toJson(true));
+    writeMessageCount(chatId, openChatMessageCount() + 1);
+    onMessageTextChanged(QString());
+}
+
+void NetworkManager::onFileUploaded(const QString &chatId,
+                                    const QString &filename,
+                                    const QString &fullpath,
+                                    const QString &fileType,
+                                    const QString &miniPath,
+                                    qint64 size)
+{
+    FirebaseChatMessage message = ownMessage(QString(), "sent", m_session->getUserId());
+    message.setSize(size);
+    message.setFilename(filename);
+    message.setUrl(fullpath);
+    QJsonObject json;
+    if (fileType == QLatin1String("image")) {
+        message.setType("image");
+        message.setPreview(miniPath);
+        json = message.toJsonImage();
+    } else {
+        message.setType("file");
+        message.setIcon(miniPath);
+        json = message.toJsonFile();
+    }
+    postMessage(chatId, json);
+    writeMessageCount(chatId, openChatMessageCount() + 1);
+}
+
+void NetworkManager::onMessageTextChanged(const QString &text)
+{
+    const QString chatId = m_currentChatId;
+    const QString self = m_session->getUserId();
+    if (chatId.isEmpty() || self.isEmpty())
+        return;
+    if (text.isEmpty()) {
+        m_firebase->delAsync(path("chats/" + chatId + "/userActivity/" + self));
+        return;
+    }
+    m_firebase->patchAsync(path("chats/" + chatId + "/userText"),
+                           compact(QJsonObject{{self, text}}));
+    m_firebase->patchAsync(path("chats/" + chatId + "/userActivity"),
+                           compact(QJsonObject{{self, "text"}}));
+}
+
+namespace {
+
+// Runs of white space become one blank and the ends are trimmed, but line feeds stay: the
+// operator's lines are the answer's lines.
+QString simplifiedKeepingLines(const QString &text)
+{
+    QString out;
+    out.reserve(text.size());
+    bool blank = false;
+    for (const QChar c : text) {
+        if (c != QLatin1Char('\n') && c.isSpace()) {
+            blank = true;
+            continue;
+        }
+        if (blank && !out.isEmpty())
+            out += QLatin1Char(' ');
+        blank = false;
+        out += c;
+    }
+    return out;
+}
+
+} // namespace
+
+void NetworkManager::disposeWhenFinished(QNetworkReply *reply)
+{
+    // Quick answers come back through their stream; the reply only renews the token.
+    connect(reply, &QNetworkReply::finished, this, [this, reply] { parseReply(reply); });
+}
+
+void NetworkManager::onCreateNewAnswer(int type, const QString &text, qint64 id)
+{
+    QJsonObject body{{"message", simplifiedKeepingLines(text)}};
+    if (type == 0) {
+        body.insert("type", 0);
+        body.insert("site_id", QJsonValue::Null);
+    } else if (type == 1) {
+        body.insert("type", 0);
+        body.insert("site_id", id);
+    } else if (type == 2) {
+        body.insert("type", 1);
+        body.insert("user_id", id);
+    } else {
+        return;
+    }
+    disposeWhenFinished(
+        sendApiRequestAsync(Post, QStringLiteral("/api/chat/client/fast_message"), compact(body)));
+}
+
+void NetworkManager::onUpdateAnswer(qint64 id, const QString &text)
+{
+    disposeWhenFinished(
+        sendApiRequestAsync(Put,
+                            QStringLiteral("/api/chat/client/fast_message/%1").arg(id),
+                            compact(QJsonObject{{"message", text}})));
+}
+
+void NetworkManager::onDeleteAnswer(qint64 id)
+{
+    disposeWhenFinished(
+        sendApiRequestAsync(Delete, QStringLiteral("/api/chat/client/fast_message/%1").arg(id)));
+}
+
+void NetworkManager::updateChatMessageCount()
+{
+    const QString chatId = m_chatRepository->getChatId();
+    if (!chatId.isEmpty())
+        writeMessageCount(chatId, openChatMessageCount());
 }

@@ -82,6 +82,31 @@ public:
     void readCurrentChat(bool force);
     void disconnectFromAll();
 
+    // Operations on a chat, by its realtime key. The blocking ones wait for the service, which
+    // records them; every one writes what the other consoles and the visitor see at once.
+    void blockUser(const QString &chatId);
+    void unblockUser(const QString &chatId);
+    void blockIpUser(const QString &chatId);
+    void sendToCrm(const QString &chatId,
+                   const QString &name,
+                   const QString &email,
+                   const QString &phone,
+                   const QString &comment);
+    void endChat(const QString &chatId);
+    void noNeedAnswer(const QString &chatId);
+    void exitChat(const QString &chatId);
+    // Joins the open chat; the argument is not used.
+    void addOperatorToChat(const QString &chatId);
+    void inviteOperatorToChat(const QString &chatId, const QString &operatorId);
+    // A payment message in the open chat, for a link the service has created.
+    void sendPayment(const QString &title,
+                     int quantity,
+                     const QString &amount,
+                     const QString &link,
+                     const QString &currency,
+                     const QString &currencyText,
+                     const QString &paySystem);
+
     QString getCurrentChatId() const { return m_currentChatId; }
     void setUserOnlineOnStartup() { m_userOnlineOnStartup = true; }
 
@@ -93,6 +118,21 @@ public:
 public slots:
     void onUserInfoRequestFinished();
     void onUserOnline(bool online);
+    void onSendMessage(const QString &text);
+    void onFileUploaded(const QString &chatId,
+                        const QString &filename,
+                        const QString &fullpath,
+                        const QString &fileType,
+                        const QString &miniPath,
+                        qint64 size);
+    // The typing indicator: the text being typed, or none.
+    void onMessageTextChanged(const QString &text);
+    // type 0: for every site, 1: for the site id, 2: the operator's own (id = the operator's).
+    void onCreateNewAnswer(int type, const QString &text, qint64 id);
+    void onUpdateAnswer(qint64 id, const QString &text);
+    void onDeleteAnswer(qint64 id);
+    void updateChatMessageCount();
+    void onSendToCrmFinished();
 
     // Realtime events, called queued by name from the subscriptions.
     void onUserInfo(FirebaseReply reply);
@@ -113,6 +153,8 @@ signals:
     void chatInfo(ApiChatInfo info);
     void connectionChanged(bool connected);
     void tokenRefreshError();
+    // The service's answer to sendToCrm: its message, or why it refused.
+    void sendToCrmFinished(QString chatId, bool success, QString message);
 
 private:
     QNetworkReply *startRequest(RequestType type,
@@ -122,6 +164,15 @@ private:
     void handleAuthenticationReply(const QJsonObject &reply);
     QString accountPath(const UserInfo &user, const QString &collection) const;
     bool mayRead(const FirebaseChat &chat, bool force) const;
+    // "/services/%1/accounts/%2/" + rest, for the signed-in operator.
+    QString path(const QString &rest) const { return accountPath(m_userInfo, rest); }
+    QJsonObject visitorRequest(const QString &action, const QString &chatId);
+    // Pushes the message and makes it the chat's last one.
+    void postMessage(const QString &chatId, const QJsonObject &message);
+    void writeMessageCount(const QString &chatId, int count);
+    void disposeWhenFinished(QNetworkReply *reply);
+    // The open chat's messages that count: the people's, not the robot's.
+    int openChatMessageCount() const;
 
     static QPointer<NetworkManager> s_instance;
 
