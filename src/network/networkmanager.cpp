@@ -1,6 +1,7 @@
 #include "network/networkmanager.h"
 
 #include "app/appsettings.h"
+#include "network/fileuploader.h"
 #include "network/firebaseclient.h"
 #include "records/firebasechatmessage.h"
 #include "records/firebaseuser.h"
@@ -71,6 +72,10 @@ NetworkManager::NetworkManager(QObject *parent)
             &FirebaseClient::tokenRefreshError,
             this,
             &NetworkManager::tokenRefreshError);
+    connect(FileUploader::getInstance(),
+            &FileUploader::uploaded,
+            this,
+            &NetworkManager::onFileUploaded);
     if (m_chatRepository) {
         connect(m_chatRepository,
                 &ChatRepository::messageSend,
@@ -230,7 +235,7 @@ void NetworkManager::handleAuthenticationReply(const QJsonObject &reply)
     if (bearerAt >= 0)
         customToken.remove(bearerAt, int(qstrlen(kBearer)));
     m_firebase->setToken(customToken.toUtf8());
-    // The file uploader takes the token here once it exists.
+    FileUploader::getInstance()->setToken(m_token);
 
     m_firebase->subscribe(accountPath(m_userInfo, "users"), this, "onUserInfo", QString());
     m_firebase->subscribe(accountPath(m_userInfo, "chats"), this, "onFirebaseDialogs", QString());

@@ -7,6 +7,7 @@
 #include "local/chatservice.h"
 #include "local/demoseed.h"
 #include "local/faultinjector.h"
+#include "network/fileuploader.h"
 #include "network/firebaseclient.h"
 #include "network/networkmanager.h"
 #include "repo/authsession.h"
@@ -290,6 +291,30 @@ private slots:
         };
         QVERIFY2(waitUntil([&] { return holds(stored(path()), expected); }, 20000),
                  qPrintable(QJsonDocument(stored(path()).toObject()).toJson()));
+    }
+
+    // What the uploader sends becomes a message at the service's addresses.
+    void uploadsBecomeMessages()
+    {
+        const QString help = "-DemoChat0002help";
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        file.write("price list");
+        file.close();
+        QImage image(4, 4, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        for (const QString type : {"file", "image"}) {
+            QVERIFY(type == "file" ? FileUploader::getInstance()->uploadFile(help, file.fileName())
+                                   : FileUploader::getInstance()->uploadImage(help, image));
+            QVERIFY(waitUntil(
+                [&] {
+                    const QJsonObject last = stored("chats/" + help + "/lastMessage").toObject();
+                    return last.value("type") == type
+                           && last.value("url").toString().startsWith(m_local.baseUrl()
+                                                                      + "/files/uploads/");
+                },
+                20000));
+        }
     }
 
     // The service records what the operator did, with the text exactly as typed.
