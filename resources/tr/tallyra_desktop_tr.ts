@@ -14,6 +14,18 @@
         <source>Ошибка соединения с сервером</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>Диалог отправлен в CRM</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Не удалось отправить диалог в CRM</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 нажал &quot;Не ждет ответа&quot;</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>NotificationWindow</name>
