@@ -14,6 +14,9 @@
 namespace {
 
 const char kProgram[] = TALLYRA_BINARY_DIR "/local/tallyra-local";
+const QByteArray kUpgrade = "GET /.ws?v=5&ns=tallyra-local HTTP/1.1\r\nHost: x\r\n"
+                            "Upgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: "
+                            "13\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n";
 
 QByteArray fileText(const QString &path)
 {
@@ -145,39 +148,31 @@ private slots:
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<int>("status");
         const QByteArray put = "PUT /a.json HTTP/1.1\r\nHost: x\r\n",
-                         chunked = put + "Transfer-Encoding: chunked\r\n\r\n";
-        const QByteArray ws
-            = "GET /.ws?v=5 HTTP/1.1\r\nHost: x\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n";
-        const QByteArray key = "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n";
-        QTest::newRow("garbage") << QByteArray("\x16\x03\x01 hello\r\n\r\n") << 400;
-        QTest::newRow("no target") << QByteArray("GET HTTP/1.1\r\nHost: x\r\n\r\n") << 400;
-        QTest::newRow("relative target")
-            << QByteArray("GET probe HTTP/1.1\r\nHost: x\r\n\r\n") << 400;
-        QTest::newRow("no host") << QByteArray("GET /probe HTTP/1.1\r\n\r\n") << 400;
-        QTest::newRow("version") << QByteArray("GET /probe HTTP/2.0\r\nHost: x\r\n\r\n") << 505;
-        QTest::newRow("header line") << QByteArray("GET /probe HTTP/1.1\r\nHost x\r\n\r\n") << 400;
-        QTest::newRow("folded header")
-            << QByteArray("GET /probe HTTP/1.1\r\nHost: x\r\n  more\r\n\r\n") << 400;
-        QTest::newRow("long target")
-            << "GET /" + QByteArray(4096, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n"
-            << 414;
-        QTest::newRow("big headers")
-            << "GET /probe HTTP/1.1\r\nHost: x\r\nX: " + QByteArray(9000, 'a') + "\r\n\r\n"
-            << 431;
-        QTest::newRow("big body") << put + "Content-Length: 2000000\r\n\r\n" << 413;
-        QTest::newRow("big chunked body") << chunked + "FFFFFFF\r\n" << 413;
-        QTest::newRow("bad length") << put + "Content-Length: -1\r\n\r\n" << 400;
-        QTest::newRow("two lengths") << put + "Content-Length: 1\r\nContent-Length: 2\r\n\r\n"
-                                     << 400;
-        QTest::newRow("length and chunked") << put + "Content-Length: 3\r\n" + chunked + "0\r\n\r\n"
-                                            << 400;
-        QTest::newRow("unknown coding") << put + "Transfer-Encoding: gzip\r\n\r\n" << 501;
-        QTest::newRow("bad chunk size") << chunked + "zz\r\n" << 400;
-        QTest::newRow("bad chunk end") << chunked + "1\r\nab\r\n" << 400;
-        QTest::newRow("websocket version") << ws + key + "Sec-WebSocket-Version: 8\r\n\r\n" << 426;
-        QTest::newRow("websocket key")
-            << ws + "Sec-WebSocket-Key: short\r\nSec-WebSocket-Version: 13\r\n\r\n"
-            << 400;
+                         chunked = put + "Transfer-Encoding: chunked\r\n\r\n",
+                         probe = "GET /probe HTTP/1.1\r\nHost: x\r\n";
+        const auto row = [](const char *name, int status, const QByteArray &bytes) {
+            QTest::newRow(name) << bytes << status;
+        };
+        row("garbage", 400, "\x16\x03\x01 hello\r\n\r\n");
+        row("no target", 400, "GET HTTP/1.1\r\nHost: x\r\n\r\n");
+        row("relative target", 400, "GET probe HTTP/1.1\r\nHost: x\r\n\r\n");
+        row("no host", 400, "GET /probe HTTP/1.1\r\n\r\n");
+        row("version", 505, QByteArray(probe).replace("1.1", "2.0") + "\r\n");
+        row("header line", 400, "GET /probe HTTP/1.1\r\nHost x\r\n\r\n");
+        row("folded header", 400, probe + "  more\r\n\r\n");
+        row("long target", 414, "GET /" + QByteArray(4096, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n");
+        row("big headers", 431, probe + "X: " + QByteArray(9000, 'a') + "\r\n\r\n");
+        row("big body", 413, put + "Content-Length: 2000000\r\n\r\n");
+        row("big chunked body", 413, chunked + "FFFFFFF\r\n");
+        row("bad length", 400, put + "Content-Length: -1\r\n\r\n");
+        row("two lengths", 400, put + "Content-Length: 1\r\nContent-Length: 2\r\n\r\n");
+        row("length and chunked", 400, put + "Content-Length: 3\r\n" + chunked + "0\r\n\r\n");
+        row("unknown coding", 501, put + "Transfer-Encoding: gzip\r\n\r\n");
+        row("bad chunk size", 400, chunked + "zz\r\n");
+        row("bad chunk end", 400, chunked + "1\r\nab\r\n");
+        QByteArray upgrade = kUpgrade + "\r\n";
+        row("websocket version", 426, QByteArray(upgrade).replace("Version: 13", "Version: 8"));
+        row("websocket key", 400, upgrade.replace("dGhlIHNhbXBsZSBub25jZQ==", "short"));
     }
 
     void malformedRequestsGet4xxAndTheServiceStaysUp()
@@ -308,10 +303,21 @@ private slots:
         QVERIFY(!fileText(file).isEmpty() && !fileText(file).contains("\"saved\""));
     }
 
-    void plainModeTakesTheEmulatorsCredentials()
+    void plainModeServesThisMachineOnlyWithTheEmulatorsCredentials()
     {
         LocalService::Options options;
         options.plain = true;
+        options.host = QStringLiteral("0.0.0.0");
+        QString error;
+        QVERIFY(!LocalTestService(options).start(&error));
+        QVERIFY2(error.contains("loopback"), qPrintable(error));
+        options.plain = false;
+        LocalTestService everywhere(options);
+        QVERIFY(everywhere.start());
+        QVERIFY(everywhere.service()->listenUrl().startsWith("https://0.0.0.0:"));
+
+        options.plain = true;
+        options.host = QStringLiteral("127.0.0.1");
         LocalTestService plain(options);
         QVERIFY(plain.start());
         QVERIFY(plain.baseUrl().startsWith("http://"));
@@ -339,6 +345,17 @@ private slots:
         QVERIFY(admin.open());
         QCOMPARE(admin.status("gauth", {{"cred", "owner"}}), "ok");
         QCOMPARE(admin.listen("/"), "ok");
+        // Only pages of this machine may call it.
+        const HttpResult local = rest.database("GET",
+                                               "/x",
+                                               {},
+                                               {{"Origin", "http://localhost:3000"}});
+        QCOMPARE(local.status, 200);
+        QCOMPARE(local.headers.value("access-control-allow-origin"), "http://localhost:3000");
+        QCOMPARE(rest.database("GET", "/x", {}, {{"Origin", "http://evil.example"}}).status, 403);
+        RawConnection upgrade(plain);
+        upgrade.write(kUpgrade + "Origin: http://evil.example\r\n\r\n");
+        QCOMPARE(upgrade.responses(1).value(0).status, 403);
         // Over TLS neither is accepted.
         RestClient tls(m_local.get());
         for (const QString &token : {QString("owner"), unsignedToken}) {
