@@ -140,32 +140,6 @@ private slots:
         QCOMPARE(m_messages->getMessageCount(senders), count);
     }
 
-    void relaysTheOperatorsText()
-    {
-        SignalLog log;
-        log.watch(m_messages, &ChatRepository::messageSend, "messageSend");
-        log.watch(m_messages, &ChatRepository::messageTextChanged, "messageTextChanged");
-        m_messages->sendCurrentMessage("Добрый");
-        m_messages->sendMessage("Добрый день!");
-        m_messages->sendCurrentMessage(QString());
-        QCOMPARE(log.lines(),
-                 QStringList({"messageTextChanged Добрый",
-                              "messageSend Добрый день!",
-                              "messageTextChanged "}));
-        QVERIFY(m_messages->getMessages() == m_messageSnapshot);
-    }
-
-    void answersFromObjectOrArray()
-    {
-        QSignalSpy initialized(m_answers, &QuickAnswersRepository::initialized);
-        const QJsonArray array = fixtureDocument("quick-answers-array.json").array();
-        m_answers->initializeAnswers(
-            JsonParser::getQuickAnswersFromJson(JsonParser::fromJsonArray(array)));
-        QCOMPARE(initialized.count(), 1);
-        QCOMPARE(idsOf(m_answers->getQuickAnswers()), QList<qint64>({0, 2}));
-        QCOMPARE(m_answers->getQuickAnswerById(2).getText(), QString("Доставка завтра."));
-    }
-
     void answersAddedChangedAndDeleted()
     {
         SignalLog log;
