@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 git ls-files -co --exclude-standard -- '*.cpp' '*.h' '*.hpp' '*.cc' '*.mm' | python3 -c '
+import os
 import sys
 
 def counted(path):
@@ -29,7 +30,8 @@ def counted(path):
 
 tests = other = 0
 for path in sys.stdin.read().split("\n"):
-    if not path:
+    # A tracked file deleted in the working tree is listed too; it no longer counts.
+    if not path or not os.path.exists(path):
         continue
     if path.startswith("tests/"):
         tests += counted(path)

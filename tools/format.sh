@@ -7,7 +7,9 @@ if [ -z "$cf" ]; then
     echo "clang-format not found" >&2
     exit 1
 fi
-mapfile -t files < <(git ls-files -- '*.cpp' '*.h' '*.mm' | grep -v '^tools/emojirender/build' || true)
+# Files deleted in the working tree but not yet in the index are left out.
+mapfile -t files < <(git ls-files -- '*.cpp' '*.h' '*.mm' | grep -v '^tools/emojirender/build' \
+    | while read -r f; do [ -f "$f" ] && echo "$f"; done || true)
 [ "${#files[@]}" -gt 0 ] || exit 0
 if [ "${1:-}" = "--fix" ]; then
     "$cf" -i "${files[@]}"

@@ -73,22 +73,12 @@ bool LocalTestService::restart()
     return start();
 }
 
-void LocalTestService::stop()
-{
-    m_service.reset();
-}
-
 QSslConfiguration LocalTestService::sslConfiguration() const
 {
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setCaCertificates(m_service->caCertificates());
     configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
     return configuration;
-}
-
-QUrl LocalTestService::url(const QString &pathAndQuery) const
-{
-    return QUrl(m_service->baseUrl() + pathAndQuery);
 }
 
 QString LocalTestService::idToken(qint64 accountId, const QString &userKey) const
@@ -102,15 +92,6 @@ ServiceClock *LocalTestService::frozenClock() const
     m_service->clock()->advance(-60 * 1000);
     return m_service->clock();
 }
-
-bool LocalTestService::waitForNoSessions() const
-{
-    return waitUntil([this] { return m_service->realtimeSessionCount() == 0; }, 10000);
-}
-
-RestClient::RestClient(const LocalTestService *service)
-    : m_service(service)
-{}
 
 HttpResult RestClient::send(const QByteArray &verb,
                             const QString &pathAndQuery,

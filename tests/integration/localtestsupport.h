@@ -34,12 +34,12 @@ public:
     bool start(QString *error = nullptr);
     // Stops (saving) and starts again on the same data directory and port.
     bool restart();
-    void stop();
+    void stop() { m_service.reset(); }
 
     LocalService *service() const { return m_service.get(); }
     QString dataDirectory() const { return m_dir.path(); }
     QSslConfiguration sslConfiguration() const;
-    QUrl url(const QString &pathAndQuery) const;
+    QUrl url(const QString &pathAndQuery) const { return QUrl(baseUrl() + pathAndQuery); }
     QString baseUrl() const { return m_service->baseUrl(); }
     // The ID token a sign-in would give, without the exchange.
     QString idToken(qint64 accountId, const QString &userKey = QStringLiteral("u")) const;
@@ -47,7 +47,10 @@ public:
     // system's clock differs from the service's; undone by clock()->reset().
     ServiceClock *frozenClock() const;
     // Waits until no websocket session is left (their on-disconnect writes done).
-    bool waitForNoSessions() const;
+    bool waitForNoSessions() const
+    {
+        return waitUntil([this] { return m_service->realtimeSessionCount() == 0; }, 10000);
+    }
 
 private:
     QTemporaryDir m_dir;
@@ -69,7 +72,9 @@ struct HttpResult
 class RestClient
 {
 public:
-    explicit RestClient(const LocalTestService *service);
+    explicit RestClient(const LocalTestService *service)
+        : m_service(service)
+    {}
 
     HttpResult send(const QByteArray &verb,
                     const QString &pathAndQuery,

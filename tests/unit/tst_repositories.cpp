@@ -1,17 +1,65 @@
-// The open chat's messages (ChatRepository), the quick answers and the site visitors: their
-// snapshots, the merge of their events with the signals in order, and what each answers for:
-// the message count of a chat's counter, the answers for a site, an operator and a text (in any
-// case, in Cyrillic), and the visitor counts by widget with their said / not said split.
+// The repositories of the account's realtime data. ChatsRepository and the chat categories it
+// counts by: the snapshot, the merge of "chats" events (chats added whole, patched field by
+// field, deleted, many in one event) with their signals in order, the fan-out of user changes,
+// the initialisation gate, each step of Util::getChatCategory, and the four counters kept
+// current (the categories behind them recomputed) while chats, users, user keys, the session
+// and an injected clock change. The open chat's messages (ChatRepository), the quick answers
+// and the site visitors: their snapshots, the merge of their events with the signals in order,
+// and what each answers for: the message count of a chat's counter, the answers for a site, an
+// operator and a text (in any case, in Cyrillic), and the visitor counts by widget with their
+// said / not said split.
 #include "repo/chatrepository.h"
+#include "repo/chatsrepository.h"
 #include "repo/quickanswersrepository.h"
 #include "repo/visitorsrepository.h"
 #include "repotestsupport.h"
+#include "util/util.h"
 
 #include <QtTest>
 
 using namespace repotest;
 
 namespace {
+
+// Keys of the fixture chats: Anna's (Irina, 2 unread), Dmitry's (Maria, 3 unread), a missed
+// one (Oleg offline, 1 unread) and one of the support widget Anna is not keyed to.
+const QString Own = QStringLiteral("-NqChat5512345aa01");
+const QString Foreign = QStringLiteral("-NqChat5512377bb02");
+const QString Missed = QStringLiteral("-NqChat5512388cc03");
+const QString Elsewhere = QStringLiteral("-NqChat5512390dd04");
+
+const qint64 ForeignSentAt = 1709631001000; // last message of the foreign chat
+const qint64 Hour = 3600000;
+
+// The four counters at `age` milliseconds after the foreign chat's last message, as
+// "own missed foreign messages".
+QString counts(qint64 age = Hour)
+{
+    const ChatsRepository *chats = ChatsRepository::getInstance();
+    const QDateTime now = QDateTime::fromMSecsSinceEpoch(ForeignSentAt + age);
+    return QStringLiteral("%1 %2 %3 %4")
+        .arg(chats->getUnreadCount())
+        .arg(chats->getMissedCount())
+        .arg(chats->getUnreadForeignCount(now))
+        .arg(chats->getUnreadMessagesCount(now));
+}
+
+void watchChats(SignalLog &log)
+{
+    ChatsRepository *chats = ChatsRepository::getInstance();
+    log.watch(chats, &ChatsRepository::chatChanged, "chatChanged");
+    log.watch(chats, &ChatsRepository::chatAdded, "chatAdded");
+    log.watch(chats, &ChatsRepository::chatDeleted, "chatDeleted");
+}
+
+// The log lines of chatChanged for the chats, in turn, without notification.
+QStringList changed(const QStringList &keys)
+{
+    QStringList lines;
+    for (const QString &key : keys)
+        lines << "chatChanged " + key + " false";
+    return lines;
+}
 
 const QString Image = QStringLiteral("-NqMsg0007ggggggggg");        // the last fixture message
 const QString Talked = QStringLiteral("-NqVst0001aaaaaaaaa");       // shop, said
@@ -45,17 +93,24 @@ class TestRepositories : public QObject
 private slots:
     void initTestCase()
     {
+        UsersRepository::init(nullptr);
+        ChatsRepository::init(nullptr);
+        AuthSession::init(nullptr);
         ChatRepository::init(nullptr);
         QuickAnswersRepository::init(nullptr);
         VisitorsRepository::init(nullptr);
+        m_chats = ChatsRepository::getInstance();
         m_messages = ChatRepository::getInstance();
         m_answers = QuickAnswersRepository::getInstance();
         m_visitors = VisitorsRepository::getInstance();
+        m_snapshot = fixture("chats.json");
         m_messageSnapshot = messagesFrom(fixture("chat-messages.json"));
         m_visitorSnapshot = fixture("visitors.json");
     }
     void init()
     {
+        resetAccount();
+        m_chats->initChats(chatsFrom(m_snapshot));
         m_messages->initMessages(m_messageSnapshot);
         m_answers->initializeAnswers(
             JsonParser::getQuickAnswersFromJson(fixture("quick-answers.json")));
@@ -64,6 +119,357 @@ private slots:
             FirebaseReply("init", QJsonObject{{"p", "/"}, {"d", m_visitorSnapshot}})));
     }
 
+    void initChatsAnnouncesListedChats()
+    {
+        SignalLog log;
+        watchChats(log);
+        log.watch(m_chats, &ChatsRepository::initialized, "initialized");
+        // Arrival order is kept; the support chat is in no list and is not announced.
+        QList<FirebaseChat> chats = chatsFrom(m_snapshot);
+        std::reverse(chats.begin(), chats.end());
+        m_chats->initChats(chats);
+
+        QCOMPARE(log.lines(), changed({Missed, Foreign, Own}) << "initialized");
+        // The gate lets every call pass.
+        m_chats->onInitialized();
+        m_chats->onInitialized();
+        QCOMPARE(log.lines().count("initialized"), 3);
+        QCOMPARE(m_chats->getChats(), chats);
+        QCOMPARE(m_chats->getChatById(Foreign), chats.at(2));
+        QVERIFY(m_chats->chatIsInWork(Own));
+        QVERIFY(!m_chats->chatIsInWork("-NqChatGone"));
+        m_chats->initChats({});
+        QVERIFY(m_chats->getChats().isEmpty());
+        QVERIFY(!m_chats->chatExists(Own));
+    }
+
+    void patchSetsOnlyTheGivenFields_data()
+    {
+        QTest::addColumn<QString>("path");    // below the chat's key
+        QTest::addColumn<QString>("value");   // JSON placed at the path
+        QTest::addColumn<QString>("changes"); // merged into the chat's snapshot; blank: the value
+        QTest::addColumn<bool>("notify");
+        // Name | path | value | changes [| notifies], with the parties as letters (repotest::named).
+        const char *rows[] = {
+            R"(unread count only | /unreadCount | 0 | {"unreadCount": 0})",
+            R"(several fields | | {"status": "ended", "noAnswerRequired": true, "apiId": "12",
+                "visitorBlocked": true, "messageTarget": "operators", "messagesCount": "14"}
+              | {"status": "ended", "noAnswerRequired": true, "apiId": 12, "visitorBlocked": true,
+                "messageTarget": "operators", "messagesCount": 14})",
+            R"(visitor | /visitor | "M" | {"visitor": "M"})",
+            R"(widget under widget_id | /widget_id | 10251 | {"widgetId": 10251})",
+            R"(widget under widgetId is not merged | /widgetId | 10251 | {})",
+            R"(times | | {"createdAt": 1709631000000, "startedAt": 1709631090000} |)",
+            R"(startedAt null is no time | /startedAt | null | {"startedAt": null})",
+            R"(last message with its time | /lastMessage | {"sender": "A", "sentAt": 1709631600000,
+                "text": "Да"} | {"lastMessage": {"sender": "A", "sentAt": 1709631600000, "text": "Да"}}
+                | notifies)",
+            R"(last message status only | /lastMessage/status | "read" | {"lastMessage": {"status": "read"}})",
+            R"(last message type and target | /lastMessage | {"type": "invitation", "target": "D"}
+              | {"lastMessage": {"type": "invitation", "target": "D"}})",
+            R"(operators array replaces | /operators | ["D", "A"] | {"operators": ["D", "A"]})",
+            R"(operators null empties | /operators | null | {"operators": null})",
+            R"(operators object clears, then sets by index | /operators/1 | "D"
+              | {"operators": ["", "D"]})",
+            R"(typing text of one user | /userText/I | "Спасибо!" | {"userText": {"I": "Спасибо!"}})",
+            R"(typing text of one user deleted | /userText/A | null | {"userText": {"A": null}})",
+            R"(activity of a new user | /userActivity | {"D": "text"} | {"userActivity": {"D": "text"}})",
+            R"(activity deleted whole | /userActivity | null | {"userActivity": null})",
+            R"(values of other kinds | | {"unreadCount": "many", "operators": "D", "lastMessage": 5,
+                "userText": [1, 2], "userActivity": "typing", "unknownField": {"a": 1}}
+              | {"unreadCount": 0})",
+        };
+        for (const char *row : rows) {
+            const QStringList cells = named(row).split('|');
+            QTest::newRow(qPrintable(cells.at(0).trimmed()))
+                << cells.at(1).trimmed() << cells.at(2) << cells.at(3) << (cells.size() > 4);
+        }
+    }
+    void patchSetsOnlyTheGivenFields()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, value);
+        QFETCH(QString, changes);
+        QFETCH(bool, notify);
+        SignalLog log;
+        watchChats(log);
+        QList<FirebaseChat> expected = m_chats->getChats();
+
+        m_chats->update(streamEvent("/" + Own + path, jsonValue(value)));
+
+        QCOMPARE(log.lines(), QStringList{"chatChanged " + Own + (notify ? " true" : " false")});
+        const QJsonValue given = jsonValue(changes.trimmed().isEmpty() ? value : changes);
+        expected[0] = chatFrom(Own, merged(m_snapshot.value(Own).toObject(), given.toObject()));
+        QCOMPARE(m_chats->getChats(), expected);
+    }
+
+    // Deletions leave gaps that close once the event is merged: receivers in between, the
+    // chats and their order, the lookups by key and by user, and the counters must not tell.
+    void oneEventAddsPatchesAndDeletesMany()
+    {
+        // 300 chats made of the fixture's four; one event deletes two in three, patches one
+        // that stays behind deleted ones, adds one and deletes one nobody knows.
+        const QList<FirebaseChat> four = chatsFrom(m_snapshot);
+        QList<FirebaseChat> chats, kept;
+        QJsonObject event;
+        QStringList expected;
+        for (int i = 0; i < 300; ++i) {
+            FirebaseChat chat = four.at(i % 4);
+            chat.setId(QStringLiteral("-NqChatMany%1").arg(i, 3, 10, QLatin1Char('0')));
+            chats.append(chat);
+            if (i % 3 != 0) {
+                event.insert(chat.getId(), QJsonValue::Null);
+                expected << "chatDeleted " + chat.getId()
+                         << "chatChanged " + chat.getId() + " false";
+                QTest::ignoreMessage(QtDebugMsg, qPrintable("CHAT DELETED: " + chat.getId()));
+                continue;
+            }
+            if (i == 291) {
+                event.insert(chat.getId(), json(R"({"unreadCount": 9})"));
+                expected << "chatChanged " + chat.getId() + " false";
+                chat.setUnreadCount(9);
+            }
+            kept.append(chat);
+        }
+        const QString added = "-NqChatMany999";
+        event.insert(added, m_snapshot.value(Missed));
+        event.insert("-NqChatNever", QJsonValue::Null);
+        // Values that are no chats add nothing.
+        event.insert("-NqChatNeverSeen00", 42);
+        event.insert("-NqChatNeverSeen01", QJsonArray());
+        expected << "chatAdded " + added;
+        kept.append(chatFrom(added, m_snapshot.value(Missed).toObject()));
+        m_chats->initChats(chats);
+
+        SignalLog log;
+        watchChats(log);
+        // Each receiver of chatDeleted finds the chat gone and one chat fewer than the one
+        // before, and may read the counters: here after the user keys came anew, so that every
+        // category is recomputed.
+        QList<int> sizes;
+        const auto keys = UsersRepository::getInstance()->getUserKeys();
+        connect(m_chats, &ChatsRepository::chatDeleted, this, [&](const QString &key) {
+            sizes << (m_chats->chatExists(key) ? -1 : m_chats->getChats().size());
+            UsersRepository::getInstance()->setUserKeys(keys);
+            m_chats->getUnreadCount();
+        });
+        m_chats->update(event);
+        disconnect(m_chats, nullptr, this, nullptr);
+
+        QCOMPARE(log.lines(), expected);
+        QCOMPARE(sizes.size(), 200);
+        QCOMPARE(sizes.first(), 299);
+        QCOMPARE(sizes.last(), 100);
+        QCOMPARE(m_chats->getChats(), kept);
+        for (const FirebaseChat &chat : qAsConst(kept))
+            QCOMPARE(m_chats->getChatById(chat.getId()), chat);
+        // Counters and the chats of users as a repository filled with what is left has them.
+        const auto state = [&] {
+            log.clear();
+            m_chats->onUserChanged(Dmitry);
+            m_chats->onUserDeleted(Irina);
+            return log.lines() << counts();
+        };
+        const QStringList merged = state();
+        m_chats->initChats(kept);
+        QCOMPARE(merged, state());
+        // A value that is no chat where a chat was: the node is not a chat any more.
+        QTest::ignoreMessage(QtDebugMsg, qPrintable("CHAT DELETED: " + added));
+        m_chats->update(QJsonObject{{added, "ended"}});
+        QVERIFY(!m_chats->chatExists(added));
+    }
+
+    void userChangesReachTheirChats()
+    {
+        SignalLog log;
+        log.watch(m_chats, &ChatsRepository::chatChanged, "chatChanged");
+        // Irina is the visitor of the own and the support chat; Dmitry the operator of the
+        // foreign and the support chat.
+        m_chats->onUserChanged(Irina);
+        m_chats->onUserChanged(Dmitry);
+        m_chats->onUserDeleted(Irina);
+        m_chats->onUserDeleted(Dmitry);
+        m_chats->onUserChanged("-NqVisGone000000000");
+        QCOMPARE(log.lines(), changed({Own, Elsewhere, Foreign, Elsewhere, Own, Elsewhere}));
+
+        // The lookups follow merges: Dmitry joins the missed chat, leaves the support chat,
+        // and a user who is visitor and operator of one chat gets it once.
+        m_chats->update(streamEvent("/" + Missed + "/operators", QJsonArray{Dmitry}));
+        m_chats->update(streamEvent("/" + Elsewhere + "/operators", QJsonArray{Anna}));
+        m_chats->update(streamEvent("/" + Foreign + "/visitor", Dmitry));
+        log.clear();
+        m_chats->onUserChanged(Dmitry);
+        QCOMPARE(log.lines(), changed({Foreign, Missed}));
+        QTest::ignoreMessage(QtDebugMsg, qPrintable("CHAT DELETED: " + Foreign));
+        m_chats->update(streamEvent("/" + Foreign, QJsonValue::Null));
+        log.clear();
+        m_chats->onUserChanged(Dmitry);
+        QCOMPARE(log.lines(), changed({Missed}));
+    }
+
+    void category_data()
+    {
+        QTest::addColumn<QJsonObject>("chat");
+        QTest::addColumn<int>("category");
+        // Name | chat | category (My, NotMy, Missed, Unlisted). A chat of the shop widget in work
+        // unless the row says otherwise, with A, D for Anna and Dmitry and I, O for Irina
+        // (online) and Oleg (offline). Anna is signed in and keyed to the shop.
+        const char *rows[] = {
+            R"(1: notified without the operator | "visitor": "I", "operators": ["A"],
+                "userToNotification": {"D": true} | Unlisted)",
+            R"(1: notified with the operator | "visitor": "I",
+                "userToNotification": {"D": true, "A": true} | My)",
+            R"(1: the operator notified no more (false) | "visitor": "I", "operators": ["A"],
+                "userToNotification": {"A": false, "D": true} | Unlisted)",
+            R"(2: widget the operator is not keyed to | "widgetId": 10251, "visitor": "I" | Unlisted)",
+            R"(2: widget without user keys | "widgetId": 99999, "visitor": "I" | Unlisted)",
+            R"(2: ended chat | "status": "ended", "visitor": "I", "operators": ["A"] | Unlisted)",
+            R"(2: status in other case | "status": "Work", "visitor": "I" | Unlisted)",
+            R"(3: visitor unknown to the users | "visitor": "-NqVisGone", "operators": ["A"] | Unlisted)",
+            R"(3: no visitor | "operators": ["A"] | Unlisted)",
+            R"(4: nobody took it, visitor online | "visitor": "I" | My)",
+            R"(4: the operator's, visitor offline | "visitor": "O", "operators": ["A"] | My)",
+            R"(4: the operator among others | "visitor": "I", "operators": ["D", "A"] | My)",
+            R"(5: another operator's, visitor online | "visitor": "I", "operators": ["D"] | NotMy)",
+            R"(5: another operator's, visitor offline | "visitor": "O", "operators": ["D"] | NotMy)",
+            R"(5: operators by index with a gap | "visitor": "I", "operators": {"1": "D"} | NotMy)",
+            R"(6: nobody took it, visitor offline | "visitor": "O" | Missed)",
+            R"(6: operators null, visitor offline | "visitor": "O", "operators": null | Missed)",
+            R"(6: only gaps in the operators | "visitor": "O", "operators": {"2": ""} | Missed)",
+        };
+        const QStringList categories{"My", "NotMy", "Missed", "Unlisted"};
+        for (const char *row : rows) {
+            const QStringList cells = named(row).split('|');
+            QJsonObject chat = jsonValue("{" + cells.at(1) + "}").toObject();
+            if (!chat.contains("status"))
+                chat.insert("status", "work");
+            if (!chat.contains("widgetId"))
+                chat.insert("widgetId", Shop);
+            QTest::newRow(qPrintable(cells.at(0).trimmed()))
+                << chat << categories.indexOf(cells.at(2).trimmed());
+        }
+    }
+    void category()
+    {
+        QFETCH(QJsonObject, chat);
+        QFETCH(int, category);
+        QCOMPARE(Util::getChatCategory(chatFrom("-NqChatX", chat)), category);
+    }
+
+    void countersFollowChatChanges()
+    {
+        QCOMPARE(counts(), "1 1 1 5");
+        // The foreign chat's visitor writes again: too fresh to count, for a while.
+        m_chats->update(
+            streamEvent("/" + Foreign + "/lastMessage/sentAt", ForeignSentAt + Hour - 10000));
+        QCOMPARE(counts(), "1 1 0 2");
+        // Anna takes the missed chat and reads her own.
+        m_chats->update(streamEvent("/" + Missed + "/operators", QJsonArray{Anna}));
+        m_chats->update(streamEvent("/" + Own + "/unreadCount", 0));
+        QCOMPARE(counts(), "1 0 0 1");
+        // Dmitry's chat ends; unread messages of a chat not in work count nowhere.
+        m_chats->update(streamEvent("/" + Foreign + "/status", "ended"));
+        QCOMPARE(counts(2 * Hour), "1 0 0 1");
+        // The support chat comes to the shop widget, for Anna.
+        m_chats->update(streamEvent("/" + Elsewhere, json(R"({"widget_id": 10234, "unreadCount": 6,
+                                                 "operators": ["-NqOpAnna1021xQ7kLm"]})")));
+        QCOMPARE(counts(), "2 0 0 7");
+    }
+
+    void foreignAgeFollowsTheClock()
+    {
+        // Always 1 own chat with 2 unread and 1 missed chat (not summed into messages). The
+        // foreign chat's age counts in whole seconds, from 26 on (25.999 s is still 25); a
+        // message from the future (clocks apart) is not old. Each moment moves the bound anew.
+        for (const qint64 age : {25999, 25000, 0, -60000})
+            QCOMPARE(counts(age), "1 1 0 2");
+        QCOMPARE(counts(Hour), "1 1 1 5");
+        QCOMPARE(counts(25999), "1 1 0 2");
+        QCOMPARE(counts(26000), "1 1 1 5");
+        // More unread messages in a chat already counted.
+        m_chats->update(streamEvent("/" + Foreign + "/unreadCount", 7));
+        QCOMPARE(counts(26000), "1 1 1 9");
+        // Asked for an earlier moment, then changed while too young to count.
+        QCOMPARE(counts(10000), "1 1 0 2");
+        m_chats->update(streamEvent("/" + Foreign + "/unreadCount", 1));
+        QCOMPARE(counts(26000), "1 1 1 3");
+        // Another operator's chat whose visitor wrote 20 s after the first one's.
+        m_chats->update(streamEvent(
+            "/-NqChat5512402ff06",
+            merged(m_snapshot.value(Foreign).toObject(),
+                   json(R"({"unreadCount": 4, "lastMessage": {"sentAt": 1709631021000}})"))));
+        QCOMPARE(counts(26000), "1 1 1 3");
+        QCOMPARE(counts(46000), "1 1 2 7");
+        QTest::ignoreMessage(QtDebugMsg, qPrintable("CHAT DELETED: " + Foreign));
+        m_chats->update(streamEvent("/" + Foreign, QJsonValue::Null));
+        QCOMPARE(counts(46000), "1 1 1 6");
+    }
+
+    void countersFollowUsersKeysAndSession()
+    {
+        UsersRepository *users = UsersRepository::getInstance();
+        // Oleg comes back online: his chat is nobody's and his, so it is Anna's own now.
+        users->update(streamEvent("/" + Oleg + "/online", true));
+        QCOMPARE(counts(), "2 0 1 6");
+        users->update(streamEvent("/" + Oleg + "/online", false));
+        QCOMPARE(counts(), "1 1 1 5");
+        // Dmitry signs in on this console: the own and the foreign chat swap, and the support
+        // chat is his too.
+        m_chats->update(streamEvent("/" + Elsewhere + "/unreadCount", 4));
+        QCOMPARE(counts(), "1 1 1 5");
+        AuthSession::getInstance()->setUserId(Dmitry);
+        QCOMPARE(counts(), "2 1 1 9");
+        // Signed out (no key yet): no list at all.
+        AuthSession::getInstance()->setUserId(QString());
+        QCOMPARE(counts(), "0 0 0 0");
+        AuthSession::getInstance()->setUserId(Anna);
+        // Anna is unkeyed from the shop widget: nothing is hers to see.
+        users->updateKeys(streamEvent("/10234/" + Anna, false));
+        QCOMPARE(counts(), "0 0 0 0");
+        users->setUserKeys(JsonParser::getUserKeysFromJson(fixture("user-keys.json")));
+        QCOMPARE(counts(), "1 1 1 5");
+        // Maria, the foreign chat's visitor, disappears from the users and comes back.
+        users->removeUser(Maria);
+        QCOMPARE(counts(), "1 1 0 2");
+        users->updateChat(Maria, json(R"({"name": "Мария", "role": "visitor"})"));
+        QCOMPARE(counts(), "1 1 1 5");
+        // A new users snapshot without Irina.
+        QList<FirebaseUser> withoutIrina = usersFrom(fixture("users.json"));
+        withoutIrina.removeAt(2);
+        users->initUsers(withoutIrina);
+        QCOMPARE(counts(), "0 1 1 3");
+    }
+
+    void countersFollowThousandsOfUserChanges()
+    {
+        // Chats of visitors who have all left, nobody's: all missed. Then each visitor comes
+        // back by a separate event, more events than the users repository remembers one by one.
+        const int count = 5000;
+        QList<FirebaseUser> users = usersFrom(fixture("users.json"));
+        QList<FirebaseChat> chats;
+        for (int i = 0; i < count; ++i) {
+            FirebaseUser visitor;
+            visitor.setId(QStringLiteral("-NqVisBulk%1").arg(i, 8, 10, QLatin1Char('0')));
+            visitor.setRole("visitor");
+            users.append(visitor);
+            chats.append(
+                chatFrom("-NqChatBulk" + visitor.getId(),
+                         json(R"({"status": "work", "widgetId": 10234, "unreadCount": 1})")));
+            chats.last().setVisitor(visitor.getId());
+        }
+        UsersRepository::getInstance()->initUsers(users);
+        m_chats->initChats(chats);
+        QCOMPARE(counts(), QStringLiteral("0 %1 0 0").arg(count));
+        for (int i = 0; i < count; ++i) {
+            UsersRepository::getInstance()->update(
+                streamEvent("/" + users.at(5 + i).getId() + "/online", true));
+            if (i == 9)
+                QCOMPARE(counts(), QStringLiteral("10 %1 0 10").arg(count - 10));
+        }
+        QCOMPARE(counts(), QStringLiteral("%1 0 0 %1").arg(count));
+    }
+
+    // The open chat's messages, the quick answers and the visitors.
     void messagesKeepArrivalOrder()
     {
         QSignalSpy initialized(m_messages, &ChatRepository::initialized);
@@ -330,9 +736,11 @@ private slots:
     }
 
 private:
+    ChatsRepository *m_chats = nullptr;
     ChatRepository *m_messages = nullptr;
     QuickAnswersRepository *m_answers = nullptr;
     VisitorsRepository *m_visitors = nullptr;
+    QJsonObject m_snapshot;
     QList<FirebaseChatMessage> m_messageSnapshot;
     QJsonObject m_visitorSnapshot;
 };
