@@ -167,6 +167,28 @@ bool NetworkManager::requestFinished(QNetworkReply *reply) const
     return reply->error() == QNetworkReply::NoError && status >= 200 && status < 300;
 }
 
+QNetworkReply *NetworkManager::sendApiRequestAsync(RequestType type,
+                                                   const QString &path,
+                                                   const QJsonObject &body)
+{
+    return sendApiRequestAsync(type, path, compact(body));
+}
+
+QString NetworkManager::errorMessage(const QJsonObject &answer)
+{
+    const QJsonValue errors = answer.value(QLatin1String("errors"));
+    if (errors.isObject() && !errors.toObject().isEmpty()) {
+        const QJsonValue first = errors.toObject().constBegin().value();
+        const QString text = first.isArray() ? first.toArray().first().toString()
+                                             : first.toString();
+        if (!text.isEmpty())
+            return text;
+    }
+    if (errors.isUndefined() && answer.value(QLatin1String("status_code")).toInt() < 400)
+        return QString();
+    return answer.value(QLatin1String("message")).toString();
+}
+
 QJsonObject NetworkManager::parseReply(QNetworkReply *reply)
 {
     const QByteArray renewed = reply->rawHeader("Authorization");
@@ -555,10 +577,8 @@ void NetworkManager::onSendToCrmFinished()
     const bool success = requestFinished(reply) && !answer.contains(QLatin1String("errors"))
                          && answer.value(QLatin1String("status_code")).toInt() < 400;
     parseReply(reply);
-    QString message = answer.value(QLatin1String("message")).toString();
-    const QJsonObject errors = answer.value(QLatin1String("errors")).toObject();
-    if (!errors.isEmpty())
-        message = errors.constBegin().value().toArray().first().toString();
+    QString message = success ? answer.value(QLatin1String("message")).toString()
+                              : errorMessage(answer);
     if (message.isEmpty())
         message = success ? tr("Диалог отправлен в CRM") : tr("Не удалось отправить диалог в CRM");
     emit sendToCrmFinished(chatId, success, message);

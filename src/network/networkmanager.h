@@ -60,7 +60,14 @@ public:
     QNetworkReply *sendApiRequestAsync(RequestType type,
                                        const QString &path,
                                        const QByteArray &body = QByteArray());
+    // The same with a JSON object as the body.
+    QNetworkReply *sendApiRequestAsync(RequestType type,
+                                       const QString &path,
+                                       const QJsonObject &body);
     bool requestFinished(QNetworkReply *reply) const;
+    // The reason the service gives in its error envelope ("errors" first, then "message");
+    // empty when the answer is no refusal.
+    static QString errorMessage(const QJsonObject &answer);
     // Renews the token from the reply, reads the body and deletes the reply later.
     QJsonObject parseReply(QNetworkReply *reply);
 

@@ -1,7 +1,7 @@
 // FileUploader and ResourceManager against tallyra-local over TLS on the demo account: uploads end
 // in the service's addresses, or in nothing when refused or canceled; fetched files land in the
 // cache and in a temporary download folder whole, or not at all.
-#include "localtestsupport.h"
+#include "demoaccount.h"
 
 #include "local/demoseed.h"
 #include "local/faultinjector.h"
@@ -27,13 +27,7 @@ private slots:
         // Test mode and a temporary home keep the cache and the download folder out of the user's.
         qputenv("HOME", m_home.path().toUtf8());
         QStandardPaths::setTestModeEnabled(true);
-        QVERIFY(m_local.start());
-        QFile env(m_local.service()->envFile());
-        QVERIFY(env.open(QIODevice::ReadOnly));
-        for (const QByteArray &line : env.readAll().trimmed().split('\n'))
-            qputenv(line.left(line.indexOf('=')).constData(), line.mid(line.indexOf('=') + 1));
-        UsersRepository::init(this);
-        AuthSession::init(this);
+        QVERIFY(m_demo.start(this));
         ResourceManager::init(this);
         m_resources = ResourceManager::getInstance();
         QVERIFY(m_resources->downloadPathForFile("x").startsWith(m_home.path() + "/"));
@@ -59,7 +53,7 @@ private slots:
 
     void cleanup()
     {
-        m_local.service()->faults()->setReplyDelay(0);
+        m_demo.local.service()->faults()->setReplyDelay(0);
         m_resources->setRequestTimeout(30000);
     }
 
@@ -74,7 +68,7 @@ private slots:
         QCOMPARE(args.size(), 6);
         QVERIFY(m_uploader->getUploadsForChat(kChat).isEmpty());
         QCOMPARE(args.mid(0, 2), QVariantList({kChat, QString("Счёт 5.bin")}));
-        QVERIFY(args[2].toString().startsWith(m_local.baseUrl() + "/files/uploads/"));
+        QVERIFY(args[2].toString().startsWith(m_demo.local.baseUrl() + "/files/uploads/"));
         QCOMPARE(args[3].toString(), "file");
         QCOMPARE(args[5].toLongLong(), m_data.size());
         // The whole form went out: the file and the form's own lines.
@@ -107,7 +101,7 @@ private slots:
         QCOMPARE(args.size(), 6);
         QCOMPARE(args[1].toString(), name);
         QCOMPARE(args[3].toString(), "image");
-        QVERIFY(args[4].toString().startsWith(m_local.baseUrl() + "/files/uploads/mini/"));
+        QVERIFY(args[4].toString().startsWith(m_demo.local.baseUrl() + "/files/uploads/mini/"));
         QCOMPARE(args[5].toLongLong(), size);
         QCOMPARE(QImage(m_resources->getFileFromUrl(args[2].toString()))
                      .convertToFormat(image.format()),
@@ -205,7 +199,7 @@ private slots:
         QVERIFY(!m_resources->fileExists(missingUrl()));
 
         // A host that never answers ends the blocking fetch at the time-out.
-        m_local.service()->faults()->setReplyDelay(10 * 60 * 1000);
+        m_demo.local.service()->faults()->setReplyDelay(10 * 60 * 1000);
         m_resources->setRequestTimeout(1000);
         QElapsedTimer waited;
         waited.start();
@@ -271,14 +265,10 @@ private:
         return uploaded.isEmpty() ? QVariantList() : uploaded.takeFirst();
     }
 
-    QString missingUrl() const { return m_local.baseUrl() + "/files/uploads/none/x.bin"; }
+    QString missingUrl() const { return m_demo.local.baseUrl() + "/files/uploads/none/x.bin"; }
 
     QTemporaryDir m_home;
-    LocalTestService m_local{[] {
-        LocalService::Options options;
-        options.seed = DemoSeed::build(QStringLiteral("https://127.0.0.1"));
-        return options;
-    }()};
+    DemoAccount m_demo;
     FileUploader *m_uploader = nullptr;
     ResourceManager *m_resources = nullptr;
     QByteArray m_token;

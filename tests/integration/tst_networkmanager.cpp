@@ -1,7 +1,7 @@
 // NetworkManager against tallyra-local over TLS on the demo account, configured as the console
 // is (the service's env file): sign-in and the realtime start that follows, sign-in failures,
 // token renewal and chat facts.
-#include "localtestsupport.h"
+#include "demoaccount.h"
 
 #include "app/appsettings.h"
 #include "local/demoseed.h"
@@ -32,33 +32,22 @@ private slots:
     void signInFailures();
 
 private:
-    LocalTestService m_local{[] {
-        LocalService::Options options;
-        options.seed = DemoSeed::build(QStringLiteral("https://127.0.0.1"));
-        return options;
-    }()};
+    DemoAccount m_demo;
     std::unique_ptr<NetworkManager> m_manager;
 };
 
 void TestNetworkManager::initTestCase()
 {
-    QVERIFY(m_local.start());
-    QFile env(m_local.service()->envFile());
-    QVERIFY(env.open(QIODevice::ReadOnly));
-    for (const QByteArray &line : env.readAll().trimmed().split('\n'))
-        qputenv(line.left(line.indexOf('=')).constData(), line.mid(line.indexOf('=') + 1));
+    QVERIFY(m_demo.start(this));
     QCOMPARE(AppSettings::instance()->extraCaCount(), 1);
     qRegisterMetaType<QNetworkReply *>();
-    // The sign-in fills the session, which reads the users repository.
-    UsersRepository::init(this);
-    AuthSession::init(this);
 }
 
 void TestNetworkManager::cleanup()
 {
     m_manager.reset();
-    m_local.service()->faults()->setReplyDelay(0);
-    m_local.service()->clock()->reset();
+    m_demo.local.service()->faults()->setReplyDelay(0);
+    m_demo.local.service()->clock()->reset();
 }
 
 void TestNetworkManager::signIn_data()
@@ -124,7 +113,7 @@ void TestNetworkManager::signIn()
 
 void TestNetworkManager::renewedTokenReplacesTheOld()
 {
-    ServiceClock *clock = m_local.service()->clock();
+    ServiceClock *clock = m_demo.local.service()->clock();
     clock->freeze();
     QVERIFY(!m_manager->createRequest("h", "/").hasRawHeader("Authorization"));
     m_manager->authenticate(DemoSeed::operatorLogin, DemoSeed::password);
@@ -166,9 +155,9 @@ void TestNetworkManager::signInFailures()
     QSignalSpy error(m_manager.get(), &NetworkManager::authenticateError);
     QSignalSpy success(m_manager.get(), &NetworkManager::authenticateSuccess);
     if (row[3] == "stopped")
-        m_local.service()->stop();
+        m_demo.local.service()->stop();
     if (row[3] == "silent")
-        m_local.service()->faults()->setReplyDelay(10 * 60 * 1000);
+        m_demo.local.service()->faults()->setReplyDelay(10 * 60 * 1000);
     m_manager->setRequestTimeout(row[3] == "silent" ? 1000 : 30000);
 
     if (row[2].toInt())

@@ -2,7 +2,7 @@
 // the repositories the console creates: the account's snapshots fill them (again after a dropped
 // stream), reading a chat marks it read only where the operator may, the service's own writes
 // merge in, and every operation writes what the other consoles and the service read back.
-#include "localtestsupport.h"
+#include "demoaccount.h"
 
 #include "local/chatservice.h"
 #include "local/demoseed.h"
@@ -24,8 +24,7 @@
 #include <algorithm>
 #include <functional>
 
-const QString kAccount = QStringLiteral("/services/1/accounts/101/");
-const QString kOlga = QStringLiteral("-DemoOpOlga000001");
+const QString kOlga = DemoAccount::operatorKey;
 const QString kIrina = QStringLiteral("-DemoOpIrina00003");
 // Typed text that a template would have broken: quotes, a backslash, a line feed, Cyrillic.
 const QString kTyped = QStringLiteral("Цена \"от 5\" \\ 10%\nдо {завтра}");
@@ -52,30 +51,14 @@ class TestNetworkManagerData : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(m_local.start());
-        QFile env(m_local.service()->envFile());
-        QVERIFY(env.open(QIODevice::ReadOnly));
-        for (const QByteArray &line : env.readAll().trimmed().split('\n'))
-            qputenv(line.left(line.indexOf('=')).constData(), line.mid(line.indexOf('=') + 1));
-        // In the order the console creates them.
-        UsersRepository::init(this);
-        ChatsRepository::init(this);
-        ChatRepository::init(this);
-        QuickAnswersRepository::init(this);
-        VisitorsRepository::init(this);
-        AuthSession::init(this);
-        m_rest.token = QString::fromLatin1(m_local.service()->signIn(1, 101, kOlga).idToken);
+        QVERIFY(m_demo.start(this));
         // Offline before the start, so that only the start-up rule can bring her online.
-        QCOMPARE(m_rest.database("PUT", kAccount + "users/" + kOlga + "/online", "false").status,
-                 200);
-        m_manager = std::make_unique<NetworkManager>();
-        m_manager->setUserOnlineOnStartup();
-        m_manager->authenticate(DemoSeed::operatorLogin, DemoSeed::password);
+        QVERIFY(m_demo.write("PUT", "users/" + kOlga + "/online", "false"));
+        QVERIFY(m_demo.signIn(true));
     }
 
     void accountLoads()
     {
-        QVERIFY(waitUntil([&] { return loaded(); }, 20000));
         QCOMPARE(AuthSession::getInstance()->getUserId(), kOlga);
         QVERIFY(waitUntil([&] { return stored("users/" + kOlga + "/online").toBool(); }, 20000));
 
@@ -83,12 +66,12 @@ private slots:
         QSignalSpy chats(ChatsRepository::getInstance(), &ChatsRepository::initialized);
         QSignalSpy qa(QuickAnswersRepository::getInstance(), &QuickAnswersRepository::initialized);
         QSignalSpy visitors(VisitorsRepository::getInstance(), &VisitorsRepository::initialized);
-        m_local.service()->faults()->dropStreamsNow();
+        m_demo.local.service()->faults()->dropStreamsNow();
         // Each stream delivers its snapshot again, and each repository starts over from it.
         QVERIFY(
             waitUntil([&] { return users.size() && chats.size() && qa.size() && visitors.size(); },
                       20000));
-        QVERIFY(loaded());
+        QVERIFY(m_demo.loaded());
     }
 
     void readingMarksRead_data()
@@ -116,21 +99,24 @@ private slots:
         };
         QVERIFY(unread() > 0);
         // Writes the realtime client has queued or in flight.
-        const auto requests = [this] { return m_manager->firebaseClient()->pendingAsyncRequests(); };
+        const auto requests = [this] {
+            return m_demo.manager->firebaseClient()->pendingAsyncRequests();
+        };
         QSignalSpy messages(ChatRepository::getInstance(), &ChatRepository::initialized);
         int before = requests();
-        m_manager->connectToChat(chat);
+        m_demo.manager->connectToChat(chat);
         QCOMPARE(requests() - before, row[2].toInt());
         QVERIFY(messages.wait(20000));
         before = requests();
-        m_manager->readChat(chat, row[1].toInt());
-        m_manager->readChatMessages(row[1].toInt());
+        m_demo.manager->readChat(chat, row[1].toInt());
+        m_demo.manager->readChatMessages(row[1].toInt());
         // However many messages, one multi-path patch besides the chat's two.
         QCOMPARE(requests() - before, row[3].toInt());
         QVERIFY(waitUntil([&] { return (unread() == 0) == (row[3] != "0"); }, 20000));
 
         // The visitor's message reaches the chat list and the open chat.
-        QVERIFY(m_local.service()->chatApi()->chatService()->visitorWrites({1, 101}, chat, text));
+        QVERIFY(
+            m_demo.local.service()->chatApi()->chatService()->visitorWrites({1, 101}, chat, text));
         QVERIFY(waitUntil(
             [&] {
                 return ChatRepository::getInstance()->getMessages().last().getText() == text
@@ -138,15 +124,15 @@ private slots:
                               == stored("chats/" + chat + "/unreadCount").toInt();
             },
             20000));
-        m_manager->disconnectFromChat();
-        QCOMPARE(m_manager->firebaseClient()->subscribedPaths().size(), 5);
+        m_demo.manager->disconnectFromChat();
+        QCOMPARE(m_demo.manager->firebaseClient()->subscribedPaths().size(), 5);
     }
 
     void operationsWrite_data()
     {
         // The open chat's count: what the people wrote, not the robot.
         QSignalSpy opened(ChatRepository::getInstance(), &ChatRepository::initialized);
-        m_manager->connectToChat("-DemoChat0002help");
+        m_demo.manager->connectToChat("-DemoChat0002help");
         QVERIFY(opened.wait(20000));
         QSet<QString> people;
         for (const FirebaseChatMessage &message : ChatRepository::getInstance()->getMessages())
@@ -158,9 +144,6 @@ private slots:
         QTest::addColumn<QJsonValue>("expected");
         const auto row = [](const char *name, const QJsonObject &expected) {
             QTest::newRow(name) << QJsonValue(expected);
-        };
-        const auto last = [](const QJsonObject &message) {
-            return QJsonObject{{"lastMessage", message}};
         };
         // In this order: the open chat's rows first, then the others, then the operator's own.
         row("typing",
@@ -226,61 +209,72 @@ private slots:
         const QString help = "-DemoChat0002help", weekend = "-DemoChat0007ship";
         // Each operation, and where its writes land.
         const QHash<QString, std::function<QString()>> operations{
-            {"typing", [&] { return m_manager->onMessageTextChanged(kTyped), "chats/" + help; }},
-            {"message count", [&] { return m_manager->updateChatMessageCount(), "chats/" + help; }},
-            {"message", [&] { return m_manager->onSendMessage(kTyped), "chats/" + help; }},
+            {"typing",
+             [&] { return m_demo.manager->onMessageTextChanged(kTyped), "chats/" + help; }},
+            {"message count",
+             [&] { return m_demo.manager->updateChatMessageCount(), "chats/" + help; }},
+            {"message", [&] { return m_demo.manager->onSendMessage(kTyped), "chats/" + help; }},
             {"file",
              [&] {
-                 m_manager->onFileUploaded(help,
-                                           "a.txt",
-                                           "https://f/a.txt",
-                                           "file",
-                                           "https://f/i.png",
-                                           12);
+                 m_demo.manager->onFileUploaded(help,
+                                                "a.txt",
+                                                "https://f/a.txt",
+                                                "file",
+                                                "https://f/i.png",
+                                                12);
                  return "$last";
              }},
             {"image",
              [&] {
-                 m_manager->onFileUploaded(help,
-                                           "p.png",
-                                           "https://f/p.png",
-                                           "image",
-                                           "https://f/m.png",
-                                           34);
+                 m_demo.manager->onFileUploaded(help,
+                                                "p.png",
+                                                "https://f/p.png",
+                                                "image",
+                                                "https://f/m.png",
+                                                34);
                  return "$last";
              }},
             {"payment",
              [&] {
-                 m_manager->sendPayment(kTyped, 2, "1990", "https://pay/1", "RUB", "₽", "yookassa");
+                 m_demo.manager
+                     ->sendPayment(kTyped, 2, "1990", "https://pay/1", "RUB", "₽", "yookassa");
                  return "$last";
              }},
-            {"no answer needed", [&] { return m_manager->noNeedAnswer(help), "$last"; }},
+            {"no answer needed", [&] { return m_demo.manager->noNeedAnswer(help), "$last"; }},
             {"invite",
              [&] {
-                 m_manager->inviteOperatorToChat("-DemoChat0003ship", kIrina);
+                 m_demo.manager->inviteOperatorToChat("-DemoChat0003ship", kIrina);
                  return "chats/-DemoChat0003ship";
              }},
             {"invite without a list",
-             [&] { return m_manager->inviteOperatorToChat(weekend, kIrina), "chats/" + weekend; }},
+             [&] {
+                 return m_demo.manager->inviteOperatorToChat(weekend, kIrina), "chats/" + weekend;
+             }},
             {"join",
              [&] {
-                 m_manager->connectToChat(weekend);
-                 m_manager->addOperatorToChat(QString());
+                 m_demo.manager->connectToChat(weekend);
+                 m_demo.manager->addOperatorToChat(QString());
                  return "chats/" + weekend;
              }},
-            {"leave", [&] { return m_manager->exitChat(weekend), "chats/" + weekend; }},
+            {"leave", [&] { return m_demo.manager->exitChat(weekend), "chats/" + weekend; }},
             {"leave a chat not joined",
              [&] {
-                 m_manager->exitChat("-DemoChat0004shop");
+                 m_demo.manager->exitChat("-DemoChat0004shop");
                  return "chats/-DemoChat0004shop";
              }},
             {"end",
-             [&] { return m_manager->endChat("-DemoChat0004shop"), "chats/-DemoChat0004shop"; }},
+             [&] {
+                 return m_demo.manager->endChat("-DemoChat0004shop"), "chats/-DemoChat0004shop";
+             }},
             {"block",
-             [&] { return m_manager->blockUser("-DemoChat0006help"), "chats/-DemoChat0006help"; }},
+             [&] {
+                 return m_demo.manager->blockUser("-DemoChat0006help"), "chats/-DemoChat0006help";
+             }},
             {"unblock",
-             [&] { return m_manager->unblockUser("-DemoChat0006help"), "chats/-DemoChat0006help"; }},
-            {"offline", [&] { return m_manager->onUserOnline(false), "users/" + kOlga; }},
+             [&] {
+                 return m_demo.manager->unblockUser("-DemoChat0006help"), "chats/-DemoChat0006help";
+             }},
+            {"offline", [&] { return m_demo.manager->onUserOnline(false), "users/" + kOlga; }},
         };
         const QString written = operations.value(QTest::currentDataTag())();
         // A pushed message: the newest key, as push keys sort by time.
@@ -310,7 +304,7 @@ private slots:
                 [&] {
                     const QJsonObject last = stored("chats/" + help + "/lastMessage").toObject();
                     return last.value("type") == type
-                           && last.value("url").toString().startsWith(m_local.baseUrl()
+                           && last.value("url").toString().startsWith(m_demo.local.baseUrl()
                                                                       + "/files/uploads/");
                 },
                 20000));
@@ -320,20 +314,24 @@ private slots:
     // The service records what the operator did, with the text exactly as typed.
     void serviceRecordsOperations()
     {
-        QSignalSpy info(m_manager.get(), &NetworkManager::chatInfo);
-        m_manager->blockUser("-DemoChat0007ship");
-        m_manager->getChatInfo(70007);
+        QSignalSpy info(m_demo.manager.get(), &NetworkManager::chatInfo);
+        m_demo.manager->blockUser("-DemoChat0007ship");
+        m_demo.manager->getChatInfo(70007);
         QVERIFY(info.wait(20000));
         QCOMPARE(info.last().first().value<ApiChatInfo>().getVisit().getBlocked(), 1);
 
-        QSignalSpy crm(m_manager.get(), &NetworkManager::sendToCrmFinished);
-        m_manager->sendToCrm("-DemoChat0001shop", kTyped, "e@x.ru", "+7 900", QString(kTyped + "\\"));
-        m_manager->sendToCrm("-DemoChat0001shop", "", "", "", "");
+        QSignalSpy crm(m_demo.manager.get(), &NetworkManager::sendToCrmFinished);
+        m_demo.manager->sendToCrm("-DemoChat0001shop",
+                                  kTyped,
+                                  "e@x.ru",
+                                  "+7 900",
+                                  QString(kTyped + "\\"));
+        m_demo.manager->sendToCrm("-DemoChat0001shop", "", "", "", "");
         QVERIFY(waitUntil([&] { return crm.size() == 2; }, 20000));
         QCOMPARE(crm[0], (QVariantList{"-DemoChat0001shop", true, "Контакт отправлен в CRM"}));
         QCOMPARE(crm[1],
                  (QVariantList{"-DemoChat0001shop", false, "Укажите имя, e-mail или телефон"}));
-        QFile outbox(m_local.dataDirectory() + "/outbox/crm.jsonl");
+        QFile outbox(m_demo.local.dataDirectory() + "/outbox/crm.jsonl");
         QVERIFY(outbox.open(QIODevice::ReadOnly));
         const QJsonObject sent = QJsonDocument::fromJson(outbox.readAll()).object();
         QCOMPARE(sent.value("data").toObject(),
@@ -345,8 +343,10 @@ private slots:
         // Runs of blanks collapse and the ends are trimmed, but the lines stay.
         const auto answers = [this] { return stored("quick-answers").toObject(); };
         const int before = answers().size();
-        m_manager->onCreateNewAnswer(0, QString("  a\n  b " + kTyped + "\t"), 0);
-        m_manager->onCreateNewAnswer(2, kTyped, AuthSession::getInstance()->getUserInfo().getId());
+        m_demo.manager->onCreateNewAnswer(0, QString("  a\n  b " + kTyped + "\t"), 0);
+        m_demo.manager->onCreateNewAnswer(2,
+                                          kTyped,
+                                          AuthSession::getInstance()->getUserInfo().getId());
         QVERIFY(waitUntil([&] { return answers().size() == before + 2; }, 20000));
         QList<qint64> ids;
         for (const QString &key : answers().keys())
@@ -356,8 +356,8 @@ private slots:
         QCOMPARE(answers().value(first).toObject().value("text").toString(),
                  QString("a\n b " + kTyped));
         QCOMPARE(answers().value(second).toObject().value("type").toString(), "user");
-        m_manager->onUpdateAnswer(first.toLongLong(), QString(kTyped + "\n\n!"));
-        m_manager->onDeleteAnswer(second.toLongLong());
+        m_demo.manager->onUpdateAnswer(first.toLongLong(), QString(kTyped + "\n\n!"));
+        m_demo.manager->onDeleteAnswer(second.toLongLong());
         QVERIFY(waitUntil(
             [&] {
                 return answers().value(first).toObject().value("text") == QString(kTyped + "\n\n!")
@@ -367,25 +367,9 @@ private slots:
     }
 
 private:
-    QJsonValue stored(const QString &path) { return m_rest.database("GET", kAccount + path).json; }
-    // Every collection holds as many records as the service does.
-    bool loaded()
-    {
-        const auto count = [this](const char *path) { return stored(path).toObject().size(); };
-        return ChatsRepository::getInstance()->getChats().size() == count("chats")
-               && UsersRepository::getInstance()->getUsers().size() == count("users")
-               && QuickAnswersRepository::getInstance()->getQuickAnswers().size()
-                      == count("quick-answers")
-               && VisitorsRepository::getInstance()->getVisitors().size() == count("visitors");
-    }
+    QJsonValue stored(const QString &path) { return m_demo.stored(path); }
 
-    LocalTestService m_local{[] {
-        LocalService::Options options;
-        options.seed = DemoSeed::build(QStringLiteral("https://127.0.0.1"));
-        return options;
-    }()};
-    RestClient m_rest{&m_local};
-    std::unique_ptr<NetworkManager> m_manager;
+    DemoAccount m_demo;
     int m_count = 0;
 };
 
