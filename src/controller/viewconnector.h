@@ -15,5 +15,5 @@ QObject *viewObject(View *view)
 inline void connectView(QObject *view, const char *signal, QObject *receiver, const char *slot)
 {
     if (!view || !QObject::connect(view, signal, receiver, slot))
-        qWarning() << "VIEW SIGNAL NOT CONNECTED" << signal;
+        qWarning() << "VIEW SIGNAL NOT CONNECTED" << signal + 1; // past the macro's code digit
 }
