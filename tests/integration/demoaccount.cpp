@@ -10,9 +10,6 @@
 
 #include <QFile>
 
-const QString DemoAccount::path = QStringLiteral("/services/1/accounts/101/");
-const QString DemoAccount::operatorKey = QStringLiteral("-DemoOpOlga000001");
-
 LocalService::Options DemoAccount::demoOptions()
 {
     LocalService::Options options;
@@ -35,7 +32,7 @@ bool DemoAccount::start(QObject *owner)
     QuickAnswersRepository::init(owner);
     VisitorsRepository::init(owner);
     AuthSession::init(owner);
-    rest.token = QString::fromLatin1(local.service()->signIn(1, 101, operatorKey).idToken);
+    rest.token = QString::fromLatin1(local.service()->signIn(1, 101, operatorKey()).idToken);
     return true;
 }
 
@@ -50,12 +47,12 @@ bool DemoAccount::signIn(bool online)
 
 QJsonValue DemoAccount::stored(const QString &accountPath)
 {
-    return rest.database("GET", path + accountPath).json;
+    return rest.database("GET", path() + accountPath).json;
 }
 
 bool DemoAccount::write(const QByteArray &verb, const QString &accountPath, const QString &json)
 {
-    return rest.database(verb, path + accountPath, json).status == 200;
+    return rest.database(verb, path() + accountPath, json).status == 200;
 }
 
 bool DemoAccount::loaded()

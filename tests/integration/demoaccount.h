@@ -16,8 +16,8 @@ class DemoAccount
 {
 public:
     // Below the root: the demo operator's account.
-    static const QString path;
-    static const QString operatorKey;
+    static QString path() { return QStringLiteral("/services/1/accounts/101/"); }
+    static QString operatorKey() { return QStringLiteral("-DemoOpOlga000001"); }
 
     // Starts the service, exports its env file and creates the repositories and the session
     // (owned by owner) in the order the console creates them.

@@ -297,7 +297,7 @@ private slots:
         QVERIFY(!view.ids.contains(irinas));
         QVERIFY(m_demo.write("PUT",
                              "chats/" + irinas + "/operators",
-                             "['-DemoOpIrina00003','" + DemoAccount::operatorKey + "']"));
+                             "['-DemoOpIrina00003','" + DemoAccount::operatorKey() + "']"));
         QVERIFY(waitUntil([&] { return view.ids.contains(irinas); }, 20000));
         QCOMPARE(view.ids, listed(0));
         // A visitor's message moves the chat up among those waiting for an answer.

@@ -24,7 +24,7 @@
 #include <algorithm>
 #include <functional>
 
-const QString kOlga = DemoAccount::operatorKey;
+const QString kOlga = DemoAccount::operatorKey();
 const QString kIrina = QStringLiteral("-DemoOpIrina00003");
 // Typed text that a template would have broken: quotes, a backslash, a line feed, Cyrillic.
 const QString kTyped = QStringLiteral("Цена \"от 5\" \\ 10%\nдо {завтра}");
