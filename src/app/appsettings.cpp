@@ -7,6 +7,8 @@
 namespace {
 
 const char kSendMessageKeySequence[] = "sendMessageKeySequence";
+const char kSoundsEnabled[] = "soundsEnabled";
+const char kLanguage[] = "language";
 
 QString envOr(const char *name, const QString &fallback)
 {
@@ -88,6 +90,40 @@ AppSettings::SendMessageKeySequence AppSettings::sendMessageKeySequence() const
 void AppSettings::setSendMessageKeySequence(const SendMessageKeySequence &sequence)
 {
     m_settings.setValue(QLatin1String(kSendMessageKeySequence), static_cast<int>(sequence));
+}
+
+bool AppSettings::soundsEnabled() const
+{
+    return m_settings.value(QLatin1String(kSoundsEnabled), true).toBool();
+}
+
+void AppSettings::setSoundsEnabled(bool enabled)
+{
+    m_settings.setValue(QLatin1String(kSoundsEnabled), enabled);
+}
+
+QString AppSettings::language() const
+{
+    const QString language = m_settings.value(QLatin1String(kLanguage)).toString();
+    return language == QLatin1String("ru") || language == QLatin1String("en") ? language
+                                                                              : QString();
+}
+
+void AppSettings::setLanguage(const QString &language)
+{
+    if (language.isEmpty())
+        m_settings.remove(QLatin1String(kLanguage));
+    else
+        m_settings.setValue(QLatin1String(kLanguage), language);
+}
+
+QString AppSettings::localeForLanguage(const QString &language)
+{
+    if (language == QLatin1String("ru"))
+        return QStringLiteral("ru_RU");
+    if (language == QLatin1String("en"))
+        return QStringLiteral("en_US");
+    return QString();
 }
 
 void AppSettings::onMainWindowActiveChanged(bool active)

@@ -41,6 +41,16 @@ public:
 
     bool getMainWindowFocus() const { return m_mainWindowFocus; }
 
+    // Notification sounds on or off ("soundsEnabled", on by default).
+    bool soundsEnabled() const;
+    void setSoundsEnabled(bool enabled);
+    // The interface language chosen in the settings: "ru", "en", or empty for the system's
+    // ("language"); it takes effect at the next start.
+    QString language() const;
+    void setLanguage(const QString &language);
+    // The locale name start-up applies for a chosen language; empty for the system's.
+    static QString localeForLanguage(const QString &language);
+
     QSettings &settings() { return m_settings; }
 
 public slots:

@@ -14,6 +14,8 @@
 #include <QFont>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QPalette>
+#include <QSettings>
 #include <QThread>
 
 namespace {
@@ -49,8 +51,14 @@ int main(int argc, char *argv[])
         return 0;
     }
 
-    qDebug() << "START";
-    Util::applyLang();
+    // A language chosen in the settings wins over the system's; read before the application
+    // object exists, so from the store directly.
+    const QString locale = AppSettings::localeForLanguage(
+        QSettings(QStringLiteral("tallyra"), QStringLiteral("chat")).value("language").toString());
+    if (locale.isEmpty())
+        Util::applyLang();
+    else
+        Util::applyLang(locale);
 
     qRegisterMetaType<FirebaseReply>("FirebaseReply");
 
@@ -65,8 +73,15 @@ int main(int argc, char *argv[])
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     ChatApplication app(argc, argv);
 
-    Util::installTranslator(app);
+    if (locale.isEmpty())
+        Util::installTranslator(app);
+    else
+        Util::installTranslator(app, locale);
 
+    // Style sheets cannot reach placeholders: the muted colour of the palette, set once here.
+    QPalette palette = app.palette();
+    palette.setColor(QPalette::PlaceholderText, QColor(0x8a, 0x8f, 0xa8));
+    app.setPalette(palette);
     app.setStyleSheet(styleSheet);
 
     AppFonts::addResourceFonts();

@@ -1,5 +1,7 @@
 #include "app/notificationbuilder.h"
 
+#include "app/appsettings.h"
+
 #include "ui/notificationwindow.h"
 
 #include <QMediaPlayer>
@@ -45,7 +47,7 @@ QUrl NotificationBuilder::soundUrl(const QString &name)
 
 void NotificationBuilder::playSound(QString name)
 {
-    if (name.isEmpty())
+    if (name.isEmpty() || !AppSettings::instance()->soundsEnabled())
         return;
     // One player for the process, never freed: sounds are short and cut each other off.
     static QMediaPlayer *player = new QMediaPlayer();

@@ -52,6 +52,9 @@ void ConversationInfoController::setChatId(const QString &chatId)
     refresh();
     if (m_view)
         m_view->setChatId(chatId);
+    // The card and the quick answers need the service's facts about the chat.
+    if (!chatId.isEmpty())
+        onNeedChatInfo(chatId);
 }
 
 void ConversationInfoController::setConnectedState(bool connected)
