@@ -4,6 +4,7 @@
 #include "app/chatapplication.h"
 #include "app/cocoainitializer.h"
 #include "app/runguard.h"
+#include "app/screenshottour.h"
 #include "app/sparkleautoupdater.h"
 #include "network/firebasereply.h"
 #include "util/util.h"
@@ -78,8 +79,11 @@ int main(int argc, char *argv[])
     else
         Util::installTranslator(app, locale);
 
-    // Style sheets cannot reach placeholders: the muted colour of the palette, set once here.
+    // The text colours of the palette; a style sheet colour would also recolour placeholders.
     QPalette palette = app.palette();
+    for (const QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(role, QColor(0x1d, 0x20, 0x33));
     palette.setColor(QPalette::PlaceholderText, QColor(0x8a, 0x8f, 0xa8));
     app.setPalette(palette);
     app.setStyleSheet(styleSheet);
@@ -98,6 +102,16 @@ int main(int argc, char *argv[])
 
     AppController controller;
     controller.Init();
+
+    // The screenshot tour, when asked for: it walks the console and quits.
+    const QString tourDirectory = qEnvironmentVariable("TALLYRA_TOUR");
+    if (!tourDirectory.isEmpty()) {
+        auto *tour = new ScreenshotTour(&controller, tourDirectory, &controller);
+        QObject::connect(tour, &ScreenshotTour::finished, &app, [](bool complete) {
+            QCoreApplication::exit(complete ? 0 : 1);
+        });
+        tour->start();
+    }
 
     QObject::connect(&app,
                      &ChatApplication::showMainWindow,

@@ -399,7 +399,15 @@ void MainWindow::setUserInfo(const UserInfo &userInfo)
 void MainWindow::setCount(QLabel *label, int count)
 {
     label->setText(count > 0 ? QString::number(count) : QString());
-    label->setVisible(count > 0);
+    const bool inMenu = label == m_chatCount || label == m_visitorCount;
+    label->setVisible(count > 0 && (!inMenu || m_menuExpanded));
+    if (inMenu) {
+        auto *item = static_cast<QWidget *>(label->parent());
+        const QString text = m_menuTexts.value(item);
+        item->setToolTip(m_menuExpanded
+                             ? QString()
+                             : (count > 0 ? QStringLiteral("%1 (%2)").arg(text).arg(count) : text));
+    }
 }
 
 void MainWindow::setNewCount(int count)
@@ -623,6 +631,9 @@ void MainWindow::applySizeState(int state)
         button->setText(m_menuExpanded ? it.value() : QString());
         button->setToolTip(m_menuExpanded ? QString() : it.value());
     }
+    // A collapsed item has no room for its counter; the counter moves to the tooltip.
+    setCount(m_chatCount, m_chatCount->text().toInt());
+    setCount(m_visitorCount, m_visitorCount->text().toInt());
     m_ui->frame_sideMenu->setProperty("collapsed", !m_menuExpanded);
     repolish(m_ui->frame_sideMenu);
     // The photo opens the card's menu while the menu is collapsed.
@@ -635,6 +646,8 @@ void MainWindow::updateChatColumns()
     // Below 955 pixels the list and the chat take turns; wider, they stand side by side.
     const bool collapsed = m_sizeState == 4;
     m_ui->widget_conversationColumn->setVisible(!collapsed || !m_chatPageShown);
+    // Alone, the list takes the whole width.
+    m_ui->widget_conversationColumn->setMaximumWidth(collapsed ? QWIDGETSIZE_MAX : 340);
     m_ui->widget_chatColumn->setVisible(!collapsed || m_chatPageShown);
     m_ui->pushButton_chat_back->setVisible(collapsed && m_chatPageShown);
     // The widest window keeps the open dialogs beside the list.

@@ -1,0 +1,191 @@
+#include "app/screenshottour.h"
+
+#include "app/appcontroller.h"
+#include "app/notificationbuilder.h"
+#include "repo/chatsrepository.h"
+#include "ui/conversationlistmodel.h"
+#include "ui/conversationlistwidget.h"
+#include "ui/franchiseitemwidget.h"
+#include "ui/mainwindow.h"
+#include "ui/notificationwindow.h"
+#include "ui/settingsdialog.h"
+#include "util/util.h"
+
+#include <QApplication>
+#include <QDebug>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QStackedWidget>
+
+namespace {
+
+// How long a step may wait for the console to get there.
+constexpr int StepTimeoutMs = 30000;
+constexpr int PollMs = 100;
+
+} // namespace
+
+ScreenshotTour::ScreenshotTour(AppController *controller, const QString &directory, QObject *parent)
+    : QObject(parent)
+    , m_controller(controller)
+    , m_directory(directory)
+{
+    m_poll.setInterval(PollMs);
+    connect(&m_poll, &QTimer::timeout, this, &ScreenshotTour::next);
+}
+
+void ScreenshotTour::add(const QString &name, std::function<bool()> ready, std::function<void()> act)
+{
+    m_steps.append({name, std::move(ready), std::move(act)});
+}
+
+void ScreenshotTour::save(QWidget *widget, const QString &name)
+{
+    const QString path = m_directory.filePath(name + QStringLiteral(".png"));
+    if (widget->grab().save(path)) {
+        ++m_saved;
+        qInfo().noquote() << "TOUR SAVED" << path;
+    } else {
+        qWarning().noquote() << "TOUR COULD NOT SAVE" << path;
+    }
+}
+
+void ScreenshotTour::next()
+{
+    if (m_steps.isEmpty()) {
+        m_poll.stop();
+        emit finished(true);
+        return;
+    }
+    Step &step = m_steps.first();
+    if (!step.ready()) {
+        m_waited += PollMs;
+        if (m_waited < StepTimeoutMs)
+            return;
+        qWarning().noquote() << "TOUR STEP TIMED OUT" << step.name;
+        m_poll.stop();
+        emit finished(false);
+        return;
+    }
+    m_waited = 0;
+    const Step current = m_steps.takeFirst();
+    current.act();
+}
+
+void ScreenshotTour::start()
+{
+    m_directory.mkpath(QStringLiteral("."));
+    MainWindow *window = m_controller->mainWindow();
+    const auto find = [window](const char *name) { return window->findChild<QWidget *>(name); };
+    const auto page = [window](const char *stack) {
+        return window->findChild<QStackedWidget *>(stack)->currentWidget()->objectName();
+    };
+    const auto always = [] { return true; };
+    const auto shot = [this, window](const QString &name) {
+        return [this, window, name] { save(window, name); };
+    };
+    const auto signIn = [window](const QString &login, const QString &password) {
+        QList<QLineEdit *> fields;
+        for (QLineEdit *field : window->findChildren<QLineEdit *>()) {
+            if (field->objectName().startsWith(QLatin1String("lineEdit_")) && field->isVisibleTo(window)
+                && field->objectName() != QLatin1String("lineEdit_conversationList_search"))
+                fields.append(field);
+        }
+        for (QLineEdit *field : fields)
+            field->setText(field->echoMode() == QLineEdit::Password ? password : login);
+        window->findChild<QPushButton *>("pushButton_login")->click();
+    };
+    const auto listed = [window] { return window->conversationList()->model()->rowCount() > 0; };
+    const QString login = qEnvironmentVariable("TALLYRA_TOUR_LOGIN",
+                                               QStringLiteral("manager@demo.tallyra.local"));
+    const QString password = qEnvironmentVariable("TALLYRA_TOUR_PASSWORD",
+                                                  QStringLiteral("demo12345"));
+
+    window->resize(1440, 900);
+    add("sign-in", [=] { return page("stackedWidget_main") == "page_signIn"; }, shot("01-sign-in"));
+    add("sign-in error", always, [=] { signIn(login, QStringLiteral("not-the-password")); });
+    add("error shown", [=] { return find("label_login_error")->isVisible(); },
+        shot("02-sign-in-error"));
+    add("manager", always, [=] { signIn(login, password); });
+    add("service choice", [=] { return page("stackedWidget_signIn") == "page_franchise"; },
+        shot("03-service-choice"));
+    add("choose", always, [=] {
+        window->findChildren<FranchiseItemWidget *>().first()->setFocus();
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+        QApplication::sendEvent(window->findChildren<FranchiseItemWidget *>().first(), &press);
+    });
+    add("conversations", [=] { return page("stackedWidget_main") == "page_main" && listed(); },
+        shot("04-conversations-mine"));
+    add("others", always, [=] { window->setChatsPage(Util::CategoryNotMy); });
+    add("others shown", listed, shot("05-conversations-others"));
+    add("missed", always, [=] {
+        window->setChatsPage(Util::CategoryMissed);
+        save(window, QStringLiteral("06-conversations-missed"));
+        window->setChatsPage(Util::CategoryMy);
+    });
+    for (const auto &size : {std::make_pair(900, 4), std::make_pair(1000, 1),
+                             std::make_pair(1300, 2), std::make_pair(1700, 3)}) {
+        add(QStringLiteral("width %1").arg(size.first), always, [=] { window->resize(size.first, 900); });
+        add(QStringLiteral("width %1 shown").arg(size.first),
+            [=] { return window->sizeState() == size.second; },
+            shot(QStringLiteral("07-width-state-%1-%2px").arg(size.second).arg(size.first)));
+    }
+    add("open chat", always, [=] {
+        window->resize(1440, 900);
+        const QString chatId = window->conversationList()->visibleChats().value(0);
+        m_controller->onOpenDialog(chatId);
+    });
+    add("chat", [=] { return page("stackedWidget_chat") == "page_chatView"; }, [=] {
+        save(window, QStringLiteral("08-chat"));
+        window->resize(900, 900);
+    });
+    add("chat narrow", [=] { return window->sizeState() == 4; }, [=] {
+        save(window, QStringLiteral("09-chat-width-state-4"));
+        window->resize(1440, 900);
+        m_controller->onButtonBackClicked();
+    });
+    add("pages", always, [=] {
+        window->showPage(MainWindow::VisitorsPage);
+        save(window, QStringLiteral("10-visitors-online"));
+        window->showPage(MainWindow::HistoryPage);
+        save(window, QStringLiteral("11-history"));
+        window->showPage(MainWindow::OfflinePage);
+        save(window, QStringLiteral("12-offline-requests"));
+        window->showPage(MainWindow::ChatsPage);
+    });
+    add("settings", always, [=] {
+        auto *dialog = new SettingsDialog(window);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        window->setBlackout(true);
+        dialog->show();
+        QTimer::singleShot(400, this, [=] {
+            save(window, QStringLiteral("13-settings-blackout"));
+            save(dialog, QStringLiteral("14-settings-dialog"));
+            dialog->close();
+            window->setBlackout(false);
+        });
+    });
+    add("tray", [=] { return !find("widget_blackout")->isVisible(); }, [=] {
+        window->trayMenu()->adjustSize();
+        save(window->trayMenu(), QStringLiteral("15-tray-menu"));
+    });
+    add("disconnected", always, [=] {
+        window->onConnectionChanged(false);
+        save(window, QStringLiteral("16-disconnected"));
+        window->onConnectionChanged(true);
+    });
+    add("notices", always, [=] {
+        NotificationWindow *chat = NotificationBuilder::buildChatNotification(
+            QString(), QStringLiteral("Елена Васильева"),
+            QStringLiteral("А доставка в Казань сколько займёт? 🚚"), QString(), QString(), 60000);
+        NotificationWindow *reminder = NotificationBuilder::buildNotification(
+            QStringLiteral("Обратите внимание"), QStringLiteral("У вас есть 3 непрочитанных сообщений"),
+            60000, QString());
+        save(chat, QStringLiteral("17-notice-chat"));
+        save(reminder, QStringLiteral("18-notice-reminder"));
+    });
+    m_poll.start();
+}
