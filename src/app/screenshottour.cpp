@@ -90,7 +90,8 @@ void ScreenshotTour::start()
     const auto signIn = [window](const QString &login, const QString &password) {
         QList<QLineEdit *> fields;
         for (QLineEdit *field : window->findChildren<QLineEdit *>()) {
-            if (field->objectName().startsWith(QLatin1String("lineEdit_")) && field->isVisibleTo(window)
+            if (field->objectName().startsWith(QLatin1String("lineEdit_"))
+                && field->isVisibleTo(window)
                 && field->objectName() != QLatin1String("lineEdit_conversationList_search"))
                 fields.append(field);
         }
@@ -105,19 +106,26 @@ void ScreenshotTour::start()
                                                   QStringLiteral("demo12345"));
 
     window->resize(1440, 900);
-    add("sign-in", [=] { return page("stackedWidget_main") == "page_signIn"; }, shot("01-sign-in"));
+    add(
+        "sign-in", [=] { return page("stackedWidget_main") == "page_signIn"; }, shot("01-sign-in"));
     add("sign-in error", always, [=] { signIn(login, QStringLiteral("not-the-password")); });
-    add("error shown", [=] { return find("label_login_error")->isVisible(); },
+    add(
+        "error shown",
+        [=] { return find("label_login_error")->isVisible(); },
         shot("02-sign-in-error"));
     add("manager", always, [=] { signIn(login, password); });
-    add("service choice", [=] { return page("stackedWidget_signIn") == "page_franchise"; },
+    add(
+        "service choice",
+        [=] { return page("stackedWidget_signIn") == "page_franchise"; },
         shot("03-service-choice"));
     add("choose", always, [=] {
         window->findChildren<FranchiseItemWidget *>().first()->setFocus();
         QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
         QApplication::sendEvent(window->findChildren<FranchiseItemWidget *>().first(), &press);
     });
-    add("conversations", [=] { return page("stackedWidget_main") == "page_main" && listed(); },
+    add(
+        "conversations",
+        [=] { return page("stackedWidget_main") == "page_main" && listed(); },
         shot("04-conversations-mine"));
     add("others", always, [=] { window->setChatsPage(Util::CategoryNotMy); });
     add("others shown", listed, shot("05-conversations-others"));
@@ -126,10 +134,15 @@ void ScreenshotTour::start()
         save(window, QStringLiteral("06-conversations-missed"));
         window->setChatsPage(Util::CategoryMy);
     });
-    for (const auto &size : {std::make_pair(900, 4), std::make_pair(1000, 1),
-                             std::make_pair(1300, 2), std::make_pair(1700, 3)}) {
-        add(QStringLiteral("width %1").arg(size.first), always, [=] { window->resize(size.first, 900); });
-        add(QStringLiteral("width %1 shown").arg(size.first),
+    for (const auto &size : {std::make_pair(900, 4),
+                             std::make_pair(1000, 1),
+                             std::make_pair(1300, 2),
+                             std::make_pair(1700, 3)}) {
+        add(QStringLiteral("width %1").arg(size.first), always, [=] {
+            window->resize(size.first, 900);
+        });
+        add(
+            QStringLiteral("width %1 shown").arg(size.first),
             [=] { return window->sizeState() == size.second; },
             shot(QStringLiteral("07-width-state-%1-%2px").arg(size.second).arg(size.first)));
     }
@@ -138,15 +151,21 @@ void ScreenshotTour::start()
         const QString chatId = window->conversationList()->visibleChats().value(0);
         m_controller->onOpenDialog(chatId);
     });
-    add("chat", [=] { return page("stackedWidget_chat") == "page_chatView"; }, [=] {
-        save(window, QStringLiteral("08-chat"));
-        window->resize(900, 900);
-    });
-    add("chat narrow", [=] { return window->sizeState() == 4; }, [=] {
-        save(window, QStringLiteral("09-chat-width-state-4"));
-        window->resize(1440, 900);
-        m_controller->onButtonBackClicked();
-    });
+    add(
+        "chat",
+        [=] { return page("stackedWidget_chat") == "page_chatView"; },
+        [=] {
+            save(window, QStringLiteral("08-chat"));
+            window->resize(900, 900);
+        });
+    add(
+        "chat narrow",
+        [=] { return window->sizeState() == 4; },
+        [=] {
+            save(window, QStringLiteral("09-chat-width-state-4"));
+            window->resize(1440, 900);
+            m_controller->onButtonBackClicked();
+        });
     add("pages", always, [=] {
         window->showPage(MainWindow::VisitorsPage);
         save(window, QStringLiteral("10-visitors-online"));
@@ -168,10 +187,13 @@ void ScreenshotTour::start()
             window->setBlackout(false);
         });
     });
-    add("tray", [=] { return !find("widget_blackout")->isVisible(); }, [=] {
-        window->trayMenu()->adjustSize();
-        save(window->trayMenu(), QStringLiteral("15-tray-menu"));
-    });
+    add(
+        "tray",
+        [=] { return !find("widget_blackout")->isVisible(); },
+        [=] {
+            window->trayMenu()->adjustSize();
+            save(window->trayMenu(), QStringLiteral("15-tray-menu"));
+        });
     add("disconnected", always, [=] {
         window->onConnectionChanged(false);
         save(window, QStringLiteral("16-disconnected"));
@@ -179,11 +201,18 @@ void ScreenshotTour::start()
     });
     add("notices", always, [=] {
         NotificationWindow *chat = NotificationBuilder::buildChatNotification(
-            QString(), QStringLiteral("Елена Васильева"),
-            QStringLiteral("А доставка в Казань сколько займёт? 🚚"), QString(), QString(), 60000);
-        NotificationWindow *reminder = NotificationBuilder::buildNotification(
-            QStringLiteral("Обратите внимание"), QStringLiteral("У вас есть 3 непрочитанных сообщений"),
-            60000, QString());
+            QString(),
+            QStringLiteral("Елена Васильева"),
+            QStringLiteral("А доставка в Казань сколько займёт? 🚚"),
+            QString(),
+            QString(),
+            60000);
+        NotificationWindow *reminder
+            = NotificationBuilder::buildNotification(QStringLiteral("Обратите внимание"),
+                                                     QStringLiteral(
+                                                         "У вас есть 3 непрочитанных сообщений"),
+                                                     60000,
+                                                     QString());
         save(chat, QStringLiteral("17-notice-chat"));
         save(reminder, QStringLiteral("18-notice-reminder"));
     });
