@@ -23,6 +23,7 @@
 #include <QShortcut>
 #include <QStyle>
 #include <QSystemTrayIcon>
+#include <QToolButton>
 
 namespace {
 
@@ -538,6 +539,7 @@ void MainWindow::onUserChanged(const QString &userKey)
     }
     m_ui->label_operatorCard_photo->setPixmap(photo);
     m_ui->label_operatorCard_photo->setProperty("online", user.getOnline());
+    updateCardButton();
     (user.getOnline() ? m_online : m_away)->setChecked(true);
 }
 
@@ -625,7 +627,9 @@ void MainWindow::applySizeState(int state)
     m_ui->label_sideMenu_product->setVisible(m_menuExpanded);
     m_ui->label_operatorCard_name->setVisible(m_menuExpanded);
     m_ui->label_operatorCard_status->setVisible(m_menuExpanded);
-    m_ui->toolButton_operatorCard_menu->setVisible(m_menuExpanded);
+    // Collapsed, the card is its photo, which opens the card's menu.
+    m_ui->label_operatorCard_photo->setVisible(m_menuExpanded);
+    updateCardButton();
     for (auto it = m_menuTexts.constBegin(); it != m_menuTexts.constEnd(); ++it) {
         auto *button = static_cast<QPushButton *>(it.key());
         button->setText(m_menuExpanded ? it.value() : QString());
@@ -636,9 +640,19 @@ void MainWindow::applySizeState(int state)
     setCount(m_visitorCount, m_visitorCount->text().toInt());
     m_ui->frame_sideMenu->setProperty("collapsed", !m_menuExpanded);
     repolish(m_ui->frame_sideMenu);
-    // The photo opens the card's menu while the menu is collapsed.
-    m_ui->label_operatorCard_photo->setContextMenuPolicy(Qt::NoContextMenu);
     updateChatColumns();
+}
+
+void MainWindow::updateCardButton()
+{
+    QToolButton *button = m_ui->toolButton_operatorCard_menu;
+    if (m_menuExpanded) {
+        button->setIcon(icon(QStringLiteral("chevron-down"), QStringLiteral("menu")));
+        button->setIconSize(QSize(16, 16));
+    } else {
+        button->setIcon(QIcon(m_ui->label_operatorCard_photo->pixmap(Qt::ReturnByValue)));
+        button->setIconSize(QSize(36, 36));
+    }
 }
 
 void MainWindow::updateChatColumns()

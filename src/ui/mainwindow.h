@@ -115,6 +115,7 @@ private:
     void setUpShortcuts();
     void applySizeState(int state);
     void updateChatColumns();
+    void updateCardButton();
     void submitSignIn();
     void setCount(QLabel *label, int count);
     void setFieldState(QWidget *field, bool wrong);
