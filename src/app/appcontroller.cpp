@@ -2,6 +2,7 @@
 
 #include "app/appsettings.h"
 #include "app/notificationbuilder.h"
+#include "app/passwordstore.h"
 #include "controller/chatcontroller.h"
 #include "controller/chathistorycontroller.h"
 #include "controller/chathistorymessagescontroller.h"
@@ -33,7 +34,6 @@ QPointer<AppController> AppController::s_instance;
 namespace {
 
 const QString kLogin = QStringLiteral("login");
-const QString kPassword = QStringLiteral("password");
 const QString kSaveCreds = QStringLiteral("saveCreds");
 const QString kFranchise = QStringLiteral("franchise");
 
@@ -322,7 +322,7 @@ void AppController::startupLogin()
     qDebug() << "START";
     const QString login = store().value(kLogin).toString();
     const bool saveCreds = store().value(kSaveCreds, false).toBool();
-    const QString password = store().value(kPassword).toString();
+    const QString password = saveCreds ? PasswordStore::read(login) : QString();
     m_mainWindow->setLogin(login);
     m_mainWindow->setPassword(password);
     m_mainWindow->setRememberMe(saveCreds);
@@ -350,9 +350,9 @@ void AppController::onAuthentication(const QString &login, const QString &passwo
     m_franchiseId = -1;
     if (!login.isEmpty() && !password.isEmpty()) {
         if (remember) {
-            store().setValue(kPassword, password);
+            PasswordStore::write(login, password);
         } else {
-            store().remove(kPassword);
+            PasswordStore::remove(login);
             store().remove(kFranchise);
         }
         store().setValue(kSaveCreds, remember);
@@ -384,14 +384,14 @@ void AppController::onAuthenticateSuccess(const UserInfo &userInfo)
     m_mainWindow->showMainPage();
     qDebug() << "SAVE onAuthenticateSuccess" << int(m_rememberMe);
     if (m_rememberMe) {
-        store().setValue(kPassword, m_password);
+        PasswordStore::write(m_login, m_password);
         store().setValue(kSaveCreds, true);
         if (m_franchiseId >= 0)
             store().setValue(kFranchise, m_franchiseId);
         else
             store().remove(kFranchise);
     } else {
-        store().remove(kPassword);
+        PasswordStore::remove(m_login);
         store().remove(kFranchise);
     }
     store().setValue(kLogin, m_login);
@@ -410,7 +410,7 @@ void AppController::onAuthenticateError(int code,
                                        type == NetworkManager::EmailError,
                                        type == NetworkManager::PasswordError);
     if (!store().value(kSaveCreds, false).toBool()) {
-        store().remove(kPassword);
+        PasswordStore::remove(m_login);
         store().remove(kFranchise);
     }
 }

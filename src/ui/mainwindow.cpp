@@ -565,7 +565,7 @@ void MainWindow::onUsersOnlineChanged(const QList<FirebaseUser> &users)
 void MainWindow::onLogout()
 {
     emit logout();
-    if (!AppSettings::instance()->settings().contains(QStringLiteral("password")))
+    if (!AppSettings::instance()->settings().value(QStringLiteral("saveCreds"), false).toBool())
         m_ui->lineEdit_password->clear();
 }
 
