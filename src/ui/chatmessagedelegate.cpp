@@ -234,7 +234,7 @@ ChatMessageDelegate::Geometry ChatMessageDelegate::geometry(const QStyleOptionVi
         break;
     }
     case ChatMessageModel::BubbleRow: {
-        QTextDocument *document = model->document(index.row(), bubbleTextWidth(rect));
+        QTextDocument *document = model->document(index.row(), bubbleTextWidth(rect), option.font);
         const int textWidth = qCeil(document->idealWidth());
         const int textHeight = qCeil(document->size().height());
         const QString caption = index.data(ChatMessageModel::CaptionRole).toString();
@@ -476,7 +476,7 @@ void ChatMessageDelegate::paint(QPainter *painter,
     case ChatMessageModel::BubbleRow: {
         if (index.row() == m_hiddenTextRow)
             break;
-        QTextDocument *document = chatModel(index)->document(index.row(), textWidth());
+        QTextDocument *document = chatModel(index)->document(index.row(), textWidth(), option.font);
         painter->translate(g.text.topLeft());
         QAbstractTextDocumentLayout::PaintContext context;
         context.palette.setColor(QPalette::Text, kText);

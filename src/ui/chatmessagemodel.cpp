@@ -349,7 +349,7 @@ void ChatMessageModel::setProgress(int row, int percent)
     emit dataChanged(index(row), index(row), {ProgressRole});
 }
 
-QTextDocument *ChatMessageModel::document(int row, int width) const
+QTextDocument *ChatMessageModel::document(int row, int width, const QFont &font) const
 {
     if (row < 0 || row >= m_rows.size())
         return nullptr;
@@ -357,6 +357,7 @@ QTextDocument *ChatMessageModel::document(int row, int width) const
     if (!entry.document) {
         entry.document.reset(new QTextDocument);
         entry.document->setDocumentMargin(0);
+        entry.document->setDefaultFont(font);
         QTextOption option;
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
         entry.document->setDefaultTextOption(option);

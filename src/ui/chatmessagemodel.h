@@ -12,6 +12,7 @@
 #include <functional>
 
 class FileUploaderNotifier;
+class QFont;
 class QTextDocument;
 
 // The rows of the open chat as the list view shows them: messages with their side, group and
@@ -86,7 +87,7 @@ public:
     QStringList imageUrls() const;
 
     // The row's rich text laid out for the width; built on first use and kept.
-    QTextDocument *document(int row, int width) const;
+    QTextDocument *document(int row, int width, const QFont &font) const;
     // Download progress of a file card: -1 none, 0..100 running, 101 done.
     void setProgress(int row, int percent);
 

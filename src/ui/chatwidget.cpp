@@ -596,10 +596,11 @@ void ChatWidget::onViewportHover(const QPoint &pos)
     if (area != ChatMessageDelegate::TextArea || index.row() == m_overlayRow)
         return;
     hideTextOverlay();
-    QTextDocument *document = m_model->document(index.row(), m_delegate->textWidth());
+    QTextDocument *document = m_model->document(index.row(), m_delegate->textWidth(), list->font());
     if (!document)
         return;
     m_overlayRow = index.row();
+    m_textOverlay->setFont(list->font());
     m_textOverlay->setHtml(document->toHtml());
     m_textOverlay->document()->setDocumentMargin(0);
     m_textOverlay->setLineWrapColumnOrWidth(m_delegate->textWidth());

@@ -11,6 +11,7 @@
 #include <QClipboard>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QRegularExpression>
 #include <QStyle>
 #include <QToolTip>
 #include <QUrl>
@@ -22,14 +23,22 @@ namespace {
 QString link(const QString &url)
 {
     const QUrl parsed = QUrl::fromUserInput(url);
-    const QString shown = parsed.host() + parsed.path();
-    return QStringLiteral("<a href=\"%1\">%2</a>")
-        .arg(parsed.toString().toHtmlEscaped(), (shown.isEmpty() ? url : shown).toHtmlEscaped());
+    QString shown = parsed.host() + parsed.path();
+    if (shown.isEmpty())
+        shown = url;
+    // The panel is narrow: the address is cut, the link keeps it whole.
+    if (shown.size() > 32)
+        shown = shown.left(31) + QChar(0x2026);
+    return QStringLiteral("<a href=\"%1\" style=\"color: #2f6bff; text-decoration: none\">%2</a>")
+        .arg(parsed.toString().toHtmlEscaped(), shown.toHtmlEscaped());
 }
 
-QString pairs(const QHash<QString, QString> &values)
+QString pairs(const QHash<QString, QString> &values, bool withUtm = true)
 {
     QStringList keys = values.keys();
+    // The site's parameters repeat the UTM marks, which have their own section.
+    if (!withUtm)
+        keys = keys.filter(QRegularExpression(QStringLiteral("^(?!utm_)")));
     keys.sort();
     QStringList lines;
     for (const QString &key : qAsConst(keys)) {
@@ -49,6 +58,11 @@ ConversationInfoWidget::ConversationInfoWidget(QWidget *parent)
     for (QGridLayout *grid :
          {m_ui->gridLayout_conversationInfo_visit, m_ui->gridLayout_conversationInfo_chat})
         grid->setColumnStretch(1, 1);
+    // Long values wrap or are cut inside the panel instead of widening it.
+    for (QLabel *label : m_ui->widget_conversationInfo_content->findChildren<QLabel *>()) {
+        if (!label->objectName().endsWith(QLatin1String("Caption")))
+            label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    }
     m_ui->label_conversationInfo_email->installEventFilter(this);
     m_ui->label_conversationInfo_phone->installEventFilter(this);
     auto *invite = new QMenu(m_ui->toolButton_conversationInfo_invite);
@@ -198,7 +212,7 @@ void ConversationInfoWidget::updateCard()
     m_ui->label_conversationInfo_utm->setText(utm);
     m_ui->label_conversationInfo_utm->setVisible(!utm.isEmpty());
     m_ui->label_conversationInfo_utmTitle->setVisible(!utm.isEmpty());
-    const QString params = pairs(visit.getCustomParams());
+    const QString params = pairs(visit.getCustomParams(), false);
     m_ui->label_conversationInfo_params->setText(params);
     m_ui->label_conversationInfo_params->setVisible(!params.isEmpty());
     m_ui->label_conversationInfo_paramsTitle->setVisible(!params.isEmpty());

@@ -2,6 +2,7 @@
 // on the demo account and by keys and clicks as an operator gives them.
 #include "demoaccount.h"
 
+#include "app/appfonts.h"
 #include "app/appsettings.h"
 #include "controller/chatcontroller.h"
 #include "controller/conversationinfocontroller.h"
@@ -38,9 +39,25 @@ class TestChatWidget : public QObject
 private slots:
     void initTestCase()
     {
-        ResourceManager::init(this);
+        // The console's style and fonts, so that sizes and pictures are the real ones.
+        QFile style(":/resources/styles/style.css");
+        QVERIFY(style.open(QIODevice::ReadOnly));
+        qApp->setStyleSheet(QString::fromUtf8(style.readAll()));
+        AppFonts::addResourceFonts();
+        AppFonts::installSubstitutions();
+        // Test mode and a temporary home keep the cache and the download folder out of the user's.
+        qputenv("HOME", m_home.path().toUtf8());
+        QStandardPaths::setTestModeEnabled(true);
         QVERIFY(m_demo.start(this));
         QVERIFY(m_demo.signIn());
+        ResourceManager::init(this);
+        if (!qEnvironmentVariableIsEmpty("TALLYRA_SHOTS")) {
+            // The seed names its files without the service's port; pictures need the real one.
+            const QString path = "chat-messages/" + kShopChat;
+            QString json = QString::fromUtf8(QJsonDocument(m_demo.stored(path).toObject()).toJson());
+            json.replace("https://127.0.0.1/", m_demo.local.baseUrl() + "/");
+            QVERIFY(m_demo.write("PUT", path, json));
+        }
         m_sendKey = AppSettings::instance()->sendMessageKeySequence();
         m_chat = new ChatController(this);
         m_info = new ConversationInfoController(this);
@@ -143,6 +160,25 @@ private slots:
         QVERIFY(bar->maximum() > 0);
         QCOMPARE(bar->value(), bar->maximum());
         shot("chat-and-panel", &m_page);
+        if (!qEnvironmentVariableIsEmpty("TALLYRA_SHOTS")) {
+            // The pictures and cards higher up, once the thumbnails are in the cache.
+            const int link = shown.indexOf("Ноутбук Aero 14 — купить в демо-магазине");
+            list()->scrollTo(model->index(link), QAbstractItemView::PositionAtTop);
+            // Painting asks for the thumbnails of the rows in sight.
+            m_page.grab();
+            for (int row = 0; row < model->rowCount(); ++row) {
+                const QString preview = model->messageAt(row).getPreview();
+                if (!preview.isEmpty()
+                    && list()->viewport()->rect().intersects(list()->visualRect(model->index(row))))
+                    QVERIFY(
+                        waitUntil([&] { return ResourceManager::getInstance()->fileExists(preview); },
+                                  20000));
+            }
+            QCoreApplication::processEvents();
+            list()->scrollTo(model->index(link), QAbstractItemView::PositionAtTop);
+            shot("chat-pictures", &m_page);
+            list()->scrollToBottom();
+        }
     }
 
     void sendKeys_data()
@@ -459,6 +495,7 @@ private:
         widget->grab().save(dir + "/" + name + ".png");
     }
 
+    QTemporaryDir m_home;
     DemoAccount m_demo;
     AnsweringPrompts m_prompts;
     ChatController *m_chat = nullptr;
