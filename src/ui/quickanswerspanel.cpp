@@ -27,9 +27,9 @@ QuickAnswersPanel::QuickAnswersPanel(QWidget *parent)
     m_save->setObjectName(QStringLiteral("toolButton_quickAnswers_save"));
     auto *title = new QLabel(tr("Быстрые ответы"), this);
     title->setObjectName(QStringLiteral("label_quickAnswers_title"));
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     m_list->setFocusPolicy(Qt::NoFocus);
     m_list->setUniformItemSizes(true);
-    m_list->setMaximumHeight(180);
     m_save->setText(tr("Сохранить текст"));
     m_save->setPopupMode(QToolButton::InstantPopup);
     auto *menu = new QMenu(m_save);
@@ -139,6 +139,9 @@ void QuickAnswersPanel::refill()
         item->setToolTip(answer.getText());
     }
     m_list->setCurrentRow(m_list->count() > 0 ? 0 : -1);
+    // As tall as its rows, up to five; more scroll.
+    const int rowHeight = m_list->count() > 0 ? m_list->sizeHintForRow(0) : 0;
+    m_list->setFixedHeight(qMin(m_list->count(), 5) * rowHeight + 2 * m_list->frameWidth() + 2);
     m_list->setVisible(m_list->count() > 0);
     m_empty->setVisible(m_list->count() == 0);
     m_edit->setEnabled(currentId() != 0);

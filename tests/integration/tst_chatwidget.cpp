@@ -492,6 +492,10 @@ private:
         if (dir.isEmpty())
             return;
         QDir().mkpath(dir);
+        // Layouts settle before the picture is taken, as they would before a paint.
+        // Each level's layout asks its parent's in turn.
+        for (QWidget *level = widget->focusWidget(); level; level = level->parentWidget())
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
         widget->grab().save(dir + "/" + name + ".png");
     }
 
