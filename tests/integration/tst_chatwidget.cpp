@@ -6,6 +6,8 @@
 #include "app/appsettings.h"
 #include "controller/chatcontroller.h"
 #include "controller/conversationinfocontroller.h"
+#include "local/chatapi.h"
+#include "local/chatservice.h"
 #include "repo/chatrepository.h"
 #include "repo/resourcemanager.h"
 #include "ui/chatmessagemodel.h"
@@ -51,13 +53,11 @@ private slots:
         QVERIFY(m_demo.start(this));
         QVERIFY(m_demo.signIn());
         ResourceManager::init(this);
-        if (!qEnvironmentVariableIsEmpty("TALLYRA_SHOTS")) {
-            // The seed names its files without the service's port; pictures need the real one.
-            const QString path = "chat-messages/" + kShopChat;
-            QString json = QString::fromUtf8(QJsonDocument(m_demo.stored(path).toObject()).toJson());
-            json.replace("https://127.0.0.1/", m_demo.local.baseUrl() + "/");
-            QVERIFY(m_demo.write("PUT", path, json));
-        }
+        // The seed names its files without the service's port; downloads need the real one.
+        const QString path = "chat-messages/" + kShopChat;
+        QString json = QString::fromUtf8(QJsonDocument(m_demo.stored(path).toObject()).toJson());
+        json.replace("https://127.0.0.1/", m_demo.local.baseUrl() + "/");
+        QVERIFY(m_demo.write("PUT", path, json));
         m_sendKey = AppSettings::instance()->sendMessageKeySequence();
         m_chat = new ChatController(this);
         m_info = new ConversationInfoController(this);
@@ -251,6 +251,127 @@ private slots:
         QCOMPARE(input->toPlainText(), found.first());
         QVERIFY(!panel->isVisibleTo(m_view));
         input->clear();
+    }
+
+    void draftsAndTypingFollowTheChat()
+    {
+        openChat(kShopChat);
+        type(input(), "Черновик для Елены");
+        openChat(kHelpChat);
+        QCOMPARE(input()->toPlainText(), QString());
+        // Pavel's live text is in the seed of this chat.
+        auto *typing = m_view->findChild<QLabel *>("label_chatWidget_typing");
+        QVERIFY(typing->isVisibleTo(m_view));
+        QVERIFY(typing->text().startsWith("Посетитель печатает…"));
+        QVERIFY(typing->text().contains("Упаковка целая, только"));
+        openChat(kShopChat);
+        QCOMPARE(input()->toPlainText(), "Черновик для Елены");
+        QVERIFY(!typing->isVisibleTo(m_view));
+        input()->clear();
+    }
+
+    void jumpButtonCountsWhatArrivesAbove()
+    {
+        openChat(kShopChat);
+        auto *jump = m_view->findChild<QPushButton *>("pushButton_chatWidget_jump");
+        QScrollBar *bar = list()->verticalScrollBar();
+        bar->setValue(0);
+        QVERIFY(jump->isVisible());
+        QCOMPARE(jump->text(), QString());
+        const int rows = m_view->messageModel()->rowCount();
+        QVERIFY(chatService()->visitorWrites({1, 101}, kShopChat, "Вы тут?"));
+        QVERIFY(waitUntil([&] { return m_view->messageModel()->rowCount() > rows; }, 20000));
+        QCOMPARE(bar->value(), 0);
+        QCOMPARE(jump->text(), "1");
+        QTest::mouseClick(jump, Qt::LeftButton);
+        QCOMPARE(bar->value(), bar->maximum());
+        QVERIFY(!jump->isVisible());
+    }
+
+    void fileDownloadsThenOpens()
+    {
+        openChat(kShopChat);
+        ChatMessageModel *model = m_view->messageModel();
+        int row = 0;
+        while (row < model->rowCount() && model->index(row).data() != "Прайс-лист.csv")
+            ++row;
+        QVERIFY(row < model->rowCount());
+        const QModelIndex index = model->index(row);
+        list()->scrollTo(index);
+        // The download link sits under the file's name and size.
+        const QRect rect = list()->visualRect(index);
+        QPoint link;
+        for (int y = rect.top(); y < rect.bottom() && link.isNull(); y += 2) {
+            for (int x = rect.left(); x < rect.right() && link.isNull(); x += 4) {
+                list()->viewport()->setCursor(Qt::ArrowCursor);
+                QTest::mouseMove(list()->viewport(), QPoint(x, y));
+                if (list()->viewport()->cursor().shape() == Qt::PointingHandCursor)
+                    link = QPoint(x, y);
+            }
+        }
+        QVERIFY(!link.isNull());
+        QTest::mouseClick(list()->viewport(), Qt::LeftButton, Qt::NoModifier, link);
+        QVERIFY(waitUntil([&] { return index.data(ChatMessageModel::ProgressRole).toInt() > 100; },
+                          20000));
+        QFile saved(ResourceManager::getInstance()->downloadPathForFile("Прайс-лист.csv"));
+        QVERIFY(saved.open(QIODevice::ReadOnly));
+        QVERIFY(saved.size() > 0);
+    }
+
+    void droppedFileUploads()
+    {
+        openChat(kShopChat);
+        const QString path = m_home.filePath("Смета.txt");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("смета") > 0);
+        file.close();
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(path)});
+        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(m_view, &enter);
+        QVERIFY(enter.isAccepted());
+        QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(m_view, &drop);
+        // An outgoing card while it goes, then the file among the messages.
+        ChatMessageModel *model = m_view->messageModel();
+        QCOMPARE(model->index(model->rowCount() - 1).data(ChatMessageModel::KindRole).toInt(),
+                 int(ChatMessageModel::UploadRow));
+        QVERIFY(waitUntil(
+            [&] {
+                return model->uploadCount() == 0
+                       && model->index(model->rowCount() - 1).data() == "Смета.txt";
+            },
+            20000));
+        QCOMPARE(model->index(model->rowCount() - 1).data(ChatMessageModel::KindRole).toInt(),
+                 int(ChatMessageModel::FileRow));
+    }
+
+    void inviteListsOnlineColleaguesFirst()
+    {
+        openChat(kShopChat);
+        auto *invite = m_panel->findChild<QToolButton *>("toolButton_conversationInfo_invite");
+        QVERIFY(invite->isEnabled());
+        QMenu *menu = invite->menu();
+        QMetaObject::invokeMethod(menu, "aboutToShow");
+        const QList<QAction *> actions = menu->actions();
+        QVERIFY(actions.size() > 1);
+        bool offline = false;
+        for (QAction *action : actions) {
+            const bool away = action->text().endsWith("— не в сети");
+            QVERIFY(!offline || away);
+            offline = away;
+        }
+        QVERIFY(!actions.first()->text().endsWith("— не в сети"));
+        actions.first()->trigger();
+        QVERIFY(waitUntil(
+            [&] {
+                const ChatMessageModel *model = m_view->messageModel();
+                return model->index(model->rowCount() - 1)
+                    .data()
+                    .toString()
+                    .startsWith("Вы пригласили в диалог: ");
+            },
+            20000));
     }
 
     void notConnectedBarConnects()
@@ -470,6 +591,7 @@ private:
         QVERIFY(waitUntil([&] { return !loaded.isEmpty(); }, 20000));
         QVERIFY(m_view->messageModel()->rowCount() > 0);
     }
+    ChatService *chatService() { return m_demo.local.service()->chatApi()->chatService(); }
     QListView *list() const
     {
         return m_view->findChild<QListView *>("listView_chatWidget_messages");
