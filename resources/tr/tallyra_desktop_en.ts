@@ -82,6 +82,227 @@
         </message>
     </context>
     <context>
+        <name>ChatMessageDelegate</name>
+        <message>
+            <source>Показать в папке</source>
+            <translation>Show in folder</translation>
+        </message>
+        <message>
+            <source>отправка… %1 %</source>
+            <translation>sending… %1 %</translation>
+        </message>
+        <message>
+            <source>загрузка… %1 %</source>
+            <translation>downloading… %1 %</translation>
+        </message>
+        <message>
+            <source>Отменить</source>
+            <translation>Cancel</translation>
+        </message>
+        <message>
+            <source>Открыть</source>
+            <translation>Open</translation>
+        </message>
+        <message>
+            <source>Скачать</source>
+            <translation>Download</translation>
+        </message>
+    </context>
+    <context>
+        <name>ChatMessageModel</name>
+        <message>
+            <source>Ссылка на оплату</source>
+            <translation>Payment link</translation>
+        </message>
+        <message>
+            <source>%1 × %2 %3</source>
+            <translation>%1 × %2 %3</translation>
+        </message>
+        <message>
+            <source>Оплачено</source>
+            <translation>Paid</translation>
+        </message>
+        <message>
+            <source>Ожидает оплаты</source>
+            <translation>Awaiting payment</translation>
+        </message>
+        <message>
+            <source>Посетитель представился</source>
+            <translation>The visitor introduced themselves</translation>
+        </message>
+        <message>
+            <source>%1 Б</source>
+            <translation>%1 B</translation>
+        </message>
+        <message>
+            <source>%1 КБ</source>
+            <translation>%1 KB</translation>
+        </message>
+        <message>
+            <source>%1 МБ</source>
+            <translation>%1 MB</translation>
+        </message>
+        <message>
+            <source>Сегодня</source>
+            <translation>Today</translation>
+        </message>
+        <message>
+            <source>Вчера</source>
+            <translation>Yesterday</translation>
+        </message>
+        <message>
+            <source>Оператор</source>
+            <translation>Operator</translation>
+        </message>
+        <message>
+            <source>Вы подключились к диалогу</source>
+            <translation>You joined the dialog</translation>
+        </message>
+        <message>
+            <source>%1 подключился(-ась) к диалогу</source>
+            <translation>%1 joined the dialog</translation>
+        </message>
+        <message>
+            <source>Вы покинули диалог</source>
+            <translation>You left the dialog</translation>
+        </message>
+        <message>
+            <source>%1 покинул(а) диалог</source>
+            <translation>%1 left the dialog</translation>
+        </message>
+        <message>
+            <source>вас</source>
+            <translation>you</translation>
+        </message>
+        <message>
+            <source>Вы пригласили в диалог: %1</source>
+            <translation>You invited %1 to the dialog</translation>
+        </message>
+        <message>
+            <source>%1 пригласил(а) в диалог: %2</source>
+            <translation>%1 invited %2 to the dialog</translation>
+        </message>
+        <message>
+            <source>%1: диалог не требует ответа</source>
+            <translation>%1: the dialog needs no answer</translation>
+        </message>
+        <message>
+            <source>Вы</source>
+            <translation>You</translation>
+        </message>
+        <message>
+            <source>Диалог завершён</source>
+            <translation>The dialog has ended</translation>
+        </message>
+        <message>
+            <source>Служебное сообщение</source>
+            <translation>Service message</translation>
+        </message>
+        <message>
+            <source>Новые сообщения</source>
+            <translation>New messages</translation>
+        </message>
+    </context>
+    <context>
+        <name>ChatWidget</name>
+        <message>
+            <source>Посетитель не в сети — сообщение можно отправить ему на e-mail</source>
+            <translation>The visitor is offline: the message can go to their e-mail</translation>
+        </message>
+        <message>
+            <source>Вы не участвуете в этом диалоге</source>
+            <translation>You are not in this dialog</translation>
+        </message>
+        <message>
+            <source>Подключиться к диалогу</source>
+            <translation>Join the dialog</translation>
+        </message>
+        <message>
+            <source>Посетитель заблокирован</source>
+            <translation>The visitor is blocked</translation>
+        </message>
+        <message>
+            <source>Разблокировать</source>
+            <translation>Unblock</translation>
+        </message>
+        <message>
+            <source>Напишите сообщение… ( / — быстрые ответы)</source>
+            <translation>Write a message… ( / for quick answers)</translation>
+        </message>
+        <message>
+            <source>Эмодзи</source>
+            <translation>Emoji</translation>
+        </message>
+        <message>
+            <source>Прикрепить файл</source>
+            <translation>Attach a file</translation>
+        </message>
+        <message>
+            <source>Быстрые ответы</source>
+            <translation>Quick answers</translation>
+        </message>
+        <message>
+            <source>Ссылка на оплату</source>
+            <translation>Payment link</translation>
+        </message>
+        <message>
+            <source>Отправить</source>
+            <translation>Send</translation>
+        </message>
+        <message>
+            <source>К последним сообщениям</source>
+            <translation>To the latest messages</translation>
+        </message>
+        <message>
+            <source>Ctrl+Enter — отправить</source>
+            <translation>Ctrl+Enter to send</translation>
+        </message>
+        <message>
+            <source>Enter — отправить</source>
+            <translation>Enter to send</translation>
+        </message>
+        <message>
+            <source>Посетитель</source>
+            <translation>Visitor</translation>
+        </message>
+        <message>
+            <source>в сети</source>
+            <translation>online</translation>
+        </message>
+        <message>
+            <source>был(а) %1</source>
+            <translation>seen %1</translation>
+        </message>
+        <message>
+            <source>не в сети</source>
+            <translation>offline</translation>
+        </message>
+        <message>
+            <source>Виджет «%1»</source>
+            <translation>Widget “%1”</translation>
+        </message>
+        <message>
+            <source>Посетитель печатает…</source>
+            <translation>The visitor is typing…</translation>
+        </message>
+        <message>
+            <source>%1 печатает…</source>
+            <translation>%1 is typing…</translation>
+        </message>
+        <message>
+            <source>Не удалось сохранить файл «%1» в папку загрузок</source>
+            <translation>Could not save the file “%1” to the downloads folder</translation>
+        </message>
+        <message>
+            <source>Не удалось скачать файл «%1»</source>
+            <translation>Could not download the file “%1”</translation>
+        </message>
+        <message>
+            <source>Выберите файлы</source>
+            <translation>Choose files</translation>
+        </message>
+    </context>
+    <context>
         <name>ConversationInfoController</name>
         <message>
             <source>Завершение диалога</source>
@@ -90,6 +311,197 @@
         <message>
             <source>Завершить диалог? Посетитель больше не сможет в нём писать.</source>
             <translation>End the conversation? The visitor will no longer be able to write in it.</translation>
+        </message>
+    </context>
+    <context>
+        <name>ConversationInfoWidget</name>
+        <message>
+            <source>Email</source>
+            <translation>Email</translation>
+        </message>
+        <message>
+            <source>Нажмите, чтобы скопировать</source>
+            <translation>Click to copy</translation>
+        </message>
+        <message>
+            <source>Телефон</source>
+            <translation>Phone</translation>
+        </message>
+        <message>
+            <source>Местоположение</source>
+            <translation>Location</translation>
+        </message>
+        <message>
+            <source>Страница</source>
+            <translation>Page</translation>
+        </message>
+        <message>
+            <source>Источник</source>
+            <translation>Referrer</translation>
+        </message>
+        <message>
+            <source>IP</source>
+            <translation>IP</translation>
+        </message>
+        <message>
+            <source>Визиты</source>
+            <translation>Visits</translation>
+        </message>
+        <message>
+            <source>Первый визит</source>
+            <translation>First visit</translation>
+        </message>
+        <message>
+            <source>Соцсеть</source>
+            <translation>Social network</translation>
+        </message>
+        <message>
+            <source>UTM-метки</source>
+            <translation>UTM marks</translation>
+        </message>
+        <message>
+            <source>Параметры</source>
+            <translation>Parameters</translation>
+        </message>
+        <message>
+            <source>Диалог</source>
+            <translation>Dialog</translation>
+        </message>
+        <message>
+            <source>Сайт</source>
+            <translation>Site</translation>
+        </message>
+        <message>
+            <source>Начат</source>
+            <translation>Started</translation>
+        </message>
+        <message>
+            <source>Сообщений</source>
+            <translation>Messages</translation>
+        </message>
+        <message>
+            <source>Операторы</source>
+            <translation>Operators</translation>
+        </message>
+        <message>
+            <source>Пригласить</source>
+            <translation>Invite</translation>
+        </message>
+        <message>
+            <source>В CRM</source>
+            <translation>To CRM</translation>
+        </message>
+        <message>
+            <source>Не требует ответа</source>
+            <translation>No answer needed</translation>
+        </message>
+        <message>
+            <source>Покинуть</source>
+            <translation>Leave</translation>
+        </message>
+        <message>
+            <source>Завершить</source>
+            <translation>End</translation>
+        </message>
+        <message>
+            <source>Заблокировать</source>
+            <translation>Block</translation>
+        </message>
+        <message>
+            <source>Блок по IP</source>
+            <translation>Block by IP</translation>
+        </message>
+        <message>
+            <source>Разблокировать</source>
+            <translation>Unblock</translation>
+        </message>
+        <message>
+            <source>Диалог отправлен в CRM</source>
+            <translation>The dialog was sent to the CRM</translation>
+        </message>
+        <message>
+            <source>Не удалось отправить диалог в CRM</source>
+            <translation>Could not send the dialog to the CRM</translation>
+        </message>
+        <message>
+            <source>Посетитель</source>
+            <translation>Visitor</translation>
+        </message>
+        <message>
+            <source>Находится на странице:</source>
+            <translation>Is on the page:</translation>
+        </message>
+        <message>
+            <source>виджет «%1»</source>
+            <translation>widget “%1”</translation>
+        </message>
+        <message>
+            <source>Диалог не выбран</source>
+            <translation>No dialog is selected</translation>
+        </message>
+        <message>
+            <source>Вы не участвуете в этом диалоге</source>
+            <translation>You are not in this dialog</translation>
+        </message>
+        <message>
+            <source>Все операторы уже в диалоге</source>
+            <translation>Every operator is already in the dialog</translation>
+        </message>
+        <message>
+            <source>Посетитель уже заблокирован</source>
+            <translation>The visitor is already blocked</translation>
+        </message>
+        <message>
+            <source>IP-адрес посетителя ещё неизвестен</source>
+            <translation>The visitor's IP address is not known yet</translation>
+        </message>
+        <message>
+            <source>Посетитель не заблокирован</source>
+            <translation>The visitor is not blocked</translation>
+        </message>
+        <message>
+            <source>Пригласить коллегу в диалог</source>
+            <translation>Invite a colleague to the dialog</translation>
+        </message>
+        <message>
+            <source>Отметить, что диалог не ждёт ответа</source>
+            <translation>Mark the dialog as needing no answer</translation>
+        </message>
+        <message>
+            <source>Выйти из диалога, не завершая его</source>
+            <translation>Leave the dialog without ending it</translation>
+        </message>
+        <message>
+            <source>Завершить диалог для всех</source>
+            <translation>End the dialog for everyone</translation>
+        </message>
+        <message>
+            <source>Отправить диалог в CRM</source>
+            <translation>Send the dialog to the CRM</translation>
+        </message>
+        <message>
+            <source>Заблокировать посетителя</source>
+            <translation>Block the visitor</translation>
+        </message>
+        <message>
+            <source>Заблокировать IP-адрес посетителя</source>
+            <translation>Block the visitor's IP address</translation>
+        </message>
+        <message>
+            <source>Снять блокировку</source>
+            <translation>Remove the block</translation>
+        </message>
+        <message>
+            <source>%1 — не в сети</source>
+            <translation>%1 (offline)</translation>
+        </message>
+        <message>
+            <source>Некого пригласить</source>
+            <translation>Nobody to invite</translation>
+        </message>
+        <message>
+            <source>Скопировано</source>
+            <translation>Copied</translation>
         </message>
     </context>
     <context>
@@ -151,6 +563,76 @@
         <message>
             <source>Нет диалогов</source>
             <translation>No conversations</translation>
+        </message>
+    </context>
+    <context>
+        <name>EmojiPicker</name>
+        <message>
+            <source>Недавние</source>
+            <translation>Recent</translation>
+        </message>
+        <message>
+            <source>Смайлы</source>
+            <translation>Smileys</translation>
+        </message>
+        <message>
+            <source>Природа</source>
+            <translation>Nature</translation>
+        </message>
+        <message>
+            <source>Предметы</source>
+            <translation>Objects</translation>
+        </message>
+        <message>
+            <source>Символы</source>
+            <translation>Symbols</translation>
+        </message>
+    </context>
+    <context>
+        <name>ImageViewer</name>
+        <message>
+            <source>Изображение</source>
+            <translation>Image</translation>
+        </message>
+        <message>
+            <source>Уменьшить (Ctrl+−)</source>
+            <translation>Zoom out (Ctrl+−)</translation>
+        </message>
+        <message>
+            <source>Увеличить (Ctrl++)</source>
+            <translation>Zoom in (Ctrl++)</translation>
+        </message>
+        <message>
+            <source>Открыть в браузере</source>
+            <translation>Open in the browser</translation>
+        </message>
+        <message>
+            <source>Сохранить как…</source>
+            <translation>Save as…</translation>
+        </message>
+        <message>
+            <source>Закрыть (Esc)</source>
+            <translation>Close (Esc)</translation>
+        </message>
+        <message>
+            <source>%1 из %2</source>
+            <translation>%1 of %2</translation>
+        </message>
+        <message>
+            <source>Загрузка…</source>
+            <translation>Loading…</translation>
+        </message>
+        <message>
+            <source>Не удалось открыть изображение</source>
+            <translation>Could not open the image</translation>
+        </message>
+        <message>
+            <source>Сохранить изображение</source>
+            <translation>Save the image</translation>
+        </message>
+        <message>
+            <source>Не удалось сохранить файл %1</source>
+            <translation>Could not save the file %1</translation>
         </message>
     </context>
     <context>
@@ -277,6 +759,21 @@
         </message>
     </context>
     <context>
+        <name>MessageBoxPrompts</name>
+        <message>
+            <source>Да</source>
+            <translation>Yes</translation>
+        </message>
+        <message>
+            <source>Нет</source>
+            <translation>No</translation>
+        </message>
+        <message>
+            <source>Понятно</source>
+            <translation>OK</translation>
+        </message>
+    </context>
+    <context>
         <name>NetworkManager</name>
         <message>
             <source>Ошибка соединения с сервером</source>
@@ -338,6 +835,69 @@
         <message>
             <source>Посетитель</source>
             <translation>Visitor</translation>
+        </message>
+    </context>
+    <context>
+        <name>PaymentDialog</name>
+        <message>
+            <source>Ссылка на оплату</source>
+            <translation>Payment link</translation>
+        </message>
+        <message>
+            <source>Название</source>
+            <translation>Title</translation>
+        </message>
+        <message>
+            <source>Например, «Заказ № 1042»</source>
+            <translation>For example, “Order no. 1042”</translation>
+        </message>
+        <message>
+            <source>Количество</source>
+            <translation>Quantity</translation>
+        </message>
+        <message>
+            <source>От 1 до 999</source>
+            <translation>From 1 to 999</translation>
+        </message>
+        <message>
+            <source>Сумма</source>
+            <translation>Amount</translation>
+        </message>
+        <message>
+            <source>0,00</source>
+            <translation>0.00</translation>
+        </message>
+        <message>
+            <source>Валюта</source>
+            <translation>Currency</translation>
+        </message>
+        <message>
+            <source>Отмена</source>
+            <translation>Cancel</translation>
+        </message>
+        <message>
+            <source>Отправить ссылку</source>
+            <translation>Send the link</translation>
+        </message>
+        <message>
+            <source>Укажите, за что оплата</source>
+            <translation>Enter what the payment is for</translation>
+        </message>
+        <message>
+            <source>Укажите сумму</source>
+            <translation>Enter the amount</translation>
+        </message>
+        <message>
+            <source>Сумма — число больше нуля и не больше %1, с двумя знаками после запятой</source>
+            <translation>The amount is a number above zero and at most %1, with up to two decimals</translation>
+        </message>
+        <message>
+            <source>Создаём ссылку…</source>
+            <translation>Creating the link…</translation>
+        </message>
+        <message>
+            <source>Не удалось создать ссылку на оплату</source>
+            <translation>Could not create the payment link</translation>
         </message>
     </context>
     <context>
@@ -600,6 +1160,128 @@
         <message>
             <source>Вы</source>
             <translation>You</translation>
+        </message>
+    </context>
+    <context>
+        <name>QuickAnswersPanel</name>
+        <message>
+            <source>Нет подходящих быстрых ответов</source>
+            <translation>No matching quick answers</translation>
+        </message>
+        <message>
+            <source>Изменить</source>
+            <translation>Edit</translation>
+        </message>
+        <message>
+            <source>Удалить</source>
+            <translation>Delete</translation>
+        </message>
+        <message>
+            <source>Быстрые ответы</source>
+            <translation>Quick answers</translation>
+        </message>
+        <message>
+            <source>Сохранить текст</source>
+            <translation>Save the text</translation>
+        </message>
+        <message>
+            <source>Изменение быстрого ответа</source>
+            <translation>Editing a quick answer</translation>
+        </message>
+        <message>
+            <source>Текст ответа:</source>
+            <translation>Answer text:</translation>
+        </message>
+        <message>
+            <source>Ответ не может быть пустым.</source>
+            <translation>An answer cannot be empty.</translation>
+        </message>
+        <message>
+            <source>Удаление быстрого ответа</source>
+            <translation>Deleting a quick answer</translation>
+        </message>
+        <message>
+            <source>Удалить этот ответ?</source>
+            <translation>Delete this answer?</translation>
+        </message>
+        <message>
+            <source>Сохранить для всех сайтов</source>
+            <translation>Save for all sites</translation>
+        </message>
+        <message>
+            <source>Сохранить для %1</source>
+            <translation>Save for %1</translation>
+        </message>
+        <message>
+            <source>сайта</source>
+            <translation>the site</translation>
+        </message>
+        <message>
+            <source>Сохранить для меня</source>
+            <translation>Save for me</translation>
+        </message>
+        <message>
+            <source>Сохранить текст из поля ввода как быстрый ответ</source>
+            <translation>Save the input's text as a quick answer</translation>
+        </message>
+        <message>
+            <source>Напишите текст в поле ввода, чтобы сохранить его как ответ</source>
+            <translation>Write a text in the input to save it as an answer</translation>
+        </message>
+    </context>
+    <context>
+        <name>SendToCrmDialog</name>
+        <message>
+            <source>Отправка чата в CRM</source>
+            <translation>Sending the chat to the CRM</translation>
+        </message>
+        <message>
+            <source>Имя</source>
+            <translation>Name</translation>
+        </message>
+        <message>
+            <source>E-mail</source>
+            <translation>E-mail</translation>
+        </message>
+        <message>
+            <source>Телефон</source>
+            <translation>Phone</translation>
+        </message>
+        <message>
+            <source>Комментарий</source>
+            <translation>Comment</translation>
+        </message>
+        <message>
+            <source>Отмена</source>
+            <translation>Cancel</translation>
+        </message>
+        <message>
+            <source>Отправить</source>
+            <translation>Send</translation>
+        </message>
+        <message>
+            <source>name@example.ru</source>
+            <translation>name@example.com</translation>
+        </message>
+        <message>
+            <source>+7 900 000-00-00</source>
+            <translation>+7 900 000-00-00</translation>
+        </message>
+        <message>
+            <source>Укажите имя</source>
+            <translation>Enter a name</translation>
+        </message>
+        <message>
+            <source>Адрес похож на ошибку: нужен вид name@example.ru</source>
+            <translation>The address looks wrong: it should look like name@example.com</translation>
+        </message>
+        <message>
+            <source>Укажите e-mail или телефон</source>
+            <translation>Enter an e-mail or a phone</translation>
+        </message>
+        <message>
+            <source>Номер должен содержать от 7 до 15 цифр</source>
+            <translation>The number must have 7 to 15 digits</translation>
         </message>
     </context>
     <context>

@@ -82,6 +82,227 @@
     </message>
 </context>
 <context>
+    <name>ChatMessageDelegate</name>
+    <message>
+        <source>Показать в папке</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>отправка… %1 %</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>загрузка… %1 %</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Отменить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Открыть</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Скачать</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ChatMessageModel</name>
+    <message>
+        <source>Ссылка на оплату</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 × %2 %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Оплачено</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Ожидает оплаты</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Посетитель представился</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 Б</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 КБ</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 МБ</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сегодня</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Вчера</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Оператор</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Вы подключились к диалогу</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 подключился(-ась) к диалогу</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Вы покинули диалог</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 покинул(а) диалог</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>вас</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Вы пригласили в диалог: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 пригласил(а) в диалог: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: диалог не требует ответа</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Вы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Диалог завершён</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Служебное сообщение</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Новые сообщения</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ChatWidget</name>
+    <message>
+        <source>Посетитель не в сети — сообщение можно отправить ему на e-mail</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Вы не участвуете в этом диалоге</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Подключиться к диалогу</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Посетитель заблокирован</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Разблокировать</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Напишите сообщение… ( / — быстрые ответы)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Эмодзи</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Прикрепить файл</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Быстрые ответы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Ссылка на оплату</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Отправить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>К последним сообщениям</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Ctrl+Enter — отправить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Enter — отправить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Посетитель</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>в сети</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>был(а) %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>не в сети</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Виджет «%1»</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Посетитель печатает…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 печатает…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Не удалось сохранить файл «%1» в папку загрузок</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Не удалось скачать файл «%1»</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Выберите файлы</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>ConversationInfoController</name>
     <message>
         <source>Завершение диалога</source>
@@ -89,6 +310,197 @@
     </message>
     <message>
         <source>Завершить диалог? Посетитель больше не сможет в нём писать.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ConversationInfoWidget</name>
+    <message>
+        <source>Email</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Нажмите, чтобы скопировать</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Телефон</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Местоположение</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Страница</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Источник</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>IP</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Визиты</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Первый визит</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Соцсеть</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>UTM-метки</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Параметры</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Диалог</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сайт</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Начат</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сообщений</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Операторы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Пригласить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>В CRM</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Не требует ответа</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Покинуть</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Завершить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Заблокировать</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Блок по IP</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Разблокировать</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Диалог отправлен в CRM</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Не удалось отправить диалог в CRM</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Посетитель</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Находится на странице:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>виджет «%1»</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Диалог не выбран</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Вы не участвуете в этом диалоге</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Все операторы уже в диалоге</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Посетитель уже заблокирован</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>IP-адрес посетителя ещё неизвестен</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Посетитель не заблокирован</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Пригласить коллегу в диалог</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Отметить, что диалог не ждёт ответа</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Выйти из диалога, не завершая его</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Завершить диалог для всех</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Отправить диалог в CRM</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Заблокировать посетителя</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Заблокировать IP-адрес посетителя</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Снять блокировку</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 — не в сети</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Некого пригласить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Скопировано</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -150,6 +562,76 @@
     </message>
     <message>
         <source>Нет диалогов</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>EmojiPicker</name>
+    <message>
+        <source>Недавние</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Смайлы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Природа</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Предметы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Символы</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ImageViewer</name>
+    <message>
+        <source>Изображение</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Уменьшить (Ctrl+−)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Увеличить (Ctrl++)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Открыть в браузере</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохранить как…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Закрыть (Esc)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 из %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Загрузка…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Не удалось открыть изображение</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохранить изображение</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Не удалось сохранить файл %1</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -277,6 +759,21 @@
     </message>
 </context>
 <context>
+    <name>MessageBoxPrompts</name>
+    <message>
+        <source>Да</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Нет</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Понятно</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>NetworkManager</name>
     <message>
         <source>Ошибка соединения с сервером</source>
@@ -337,6 +834,69 @@
     </message>
     <message>
         <source>Посетитель</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>PaymentDialog</name>
+    <message>
+        <source>Ссылка на оплату</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Название</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Например, «Заказ № 1042»</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Количество</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>От 1 до 999</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сумма</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>0,00</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Валюта</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Отмена</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Отправить ссылку</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Укажите, за что оплата</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Укажите сумму</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сумма — число больше нуля и не больше %1, с двумя знаками после запятой</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Создаём ссылку…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Не удалось создать ссылку на оплату</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -599,6 +1159,128 @@
     </message>
     <message>
         <source>Вы</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>QuickAnswersPanel</name>
+    <message>
+        <source>Нет подходящих быстрых ответов</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Изменить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Удалить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Быстрые ответы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохранить текст</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Изменение быстрого ответа</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Текст ответа:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Ответ не может быть пустым.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Удаление быстрого ответа</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Удалить этот ответ?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохранить для всех сайтов</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохранить для %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>сайта</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохранить для меня</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохранить текст из поля ввода как быстрый ответ</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Напишите текст в поле ввода, чтобы сохранить его как ответ</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SendToCrmDialog</name>
+    <message>
+        <source>Отправка чата в CRM</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Имя</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>E-mail</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Телефон</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Комментарий</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Отмена</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Отправить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>name@example.ru</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>+7 900 000-00-00</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Укажите имя</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Адрес похож на ошибку: нужен вид name@example.ru</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Укажите e-mail или телефон</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Номер должен содержать от 7 до 15 цифр</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QAbstractItemView>
+#include <QHash>
+#include <QPixmap>
+#include <QPointer>
+#include <QSet>
+#include <QStyledItemDelegate>
+
+// Paints the rows of ChatMessageModel: bubbles with their time and delivery ticks, day and
+// new-message separators, centred system lines and cards, picture thumbnails, file and upload
+// cards. The same geometry answers sizeHint, paint and what lies under the mouse.
+class ChatMessageDelegate : public QStyledItemDelegate
+{
+    Q_OBJECT
+
+public:
+    // What a click at a point of a row means.
+    enum Area {
+        NoArea,
+        TextArea,
+        ImageArea,
+        DownloadArea,
+        OpenArea,
+        RevealArea,
+        CancelArea,
+        LinkArea
+    };
+
+    explicit ChatMessageDelegate(QObject *parent = nullptr);
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+    void paint(QPainter *painter,
+               const QStyleOptionViewItem &option,
+               const QModelIndex &index) const override;
+    Area areaAt(const QStyleOptionViewItem &option,
+                const QModelIndex &index,
+                const QPoint &pos) const;
+    // Where the row's text lies, for the selectable overlay over it.
+    QRect textRect(const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    // Whether a file's download is done; the widget keeps what ResourceManager says.
+    void setDownloaded(const QSet<QString> &urls) { m_downloaded = urls; }
+    // Rows take the width of this view's viewport.
+    void setView(QAbstractItemView *view) { m_view = view; }
+    // The row whose text the selectable overlay shows instead.
+    void setHiddenTextRow(int row) { m_hiddenTextRow = row; }
+    // The width bubble texts are laid out at.
+    int textWidth() const;
+
+    // Longest side of a thumbnail.
+    static constexpr int kThumbnail = 240;
+
+signals:
+    // A thumbnail arrived from the cache: rows showing it change size.
+    void thumbnailReady(QString url);
+
+private:
+    struct Geometry
+    {
+        QRect bubble;
+        QRect caption;
+        QRect text;
+        QRect image;
+        QRect time;
+        QRect first;  // download, cancel or the link
+        QRect second; // "Показать в папке"
+        QSize size;
+    };
+    Geometry geometry(const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    QPixmap thumbnail(const QString &url) const;
+    QPixmap icon(const QString &name, int size, qreal ratio) const;
+    void paintCardLines(QPainter *painter,
+                        const Geometry &g,
+                        const QStyleOptionViewItem &option,
+                        const QModelIndex &index) const;
+
+    mutable QHash<QString, QPixmap> m_thumbnails;
+    mutable QSet<QString> m_requested;
+    mutable QHash<QString, QPixmap> m_icons;
+    QSet<QString> m_downloaded;
+    QPointer<QAbstractItemView> m_view;
+    int m_hiddenTextRow = -1;
+};
