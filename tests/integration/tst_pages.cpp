@@ -166,7 +166,10 @@ private slots:
                           Qt::LeftButton);
         QVERIFY(page.widget.model()->rowCount() > 3);
         const auto idAt = [&](int row) {
-            return page.widget.model()->index(row, 0).data(VisitorsTableModel::VisitorIdRole).toString();
+            return page.widget.model()
+                ->index(row, 0)
+                .data(VisitorsTableModel::VisitorIdRole)
+                .toString();
         };
         const QString chosen = idAt(page.widget.model()->rowCount() - 1);
         const QString talker = idAt(0);
@@ -180,7 +183,9 @@ private slots:
 
         // One who starts talking leaves "not yet" but stays counted; one who browses moves on.
         QVERIFY(m_demo.write("PUT", "visitors/" + talker + "/said", "true"));
-        QVERIFY(m_demo.write("PUT", "visitors/" + browser + "/currentUrl", "'https://shop.demo.tallyra.local/cart'"));
+        QVERIFY(m_demo.write("PUT",
+                             "visitors/" + browser + "/currentUrl",
+                             "'https://shop.demo.tallyra.local/cart'"));
         QVERIFY(waitUntil([&] { return !page.shownIds().contains(talker); }, 20000));
         QVERIFY(waitUntil(
             [&] {
@@ -192,13 +197,16 @@ private slots:
                        == "shop.demo.tallyra.local/cart";
             },
             20000));
-        const auto number = [](const QString &caption) {
-            return caption.section(' ', -1).toInt();
-        };
+        const auto number = [](const QString &caption) { return caption.section(' ', -1).toInt(); };
         QCOMPARE(number(page.captions()[0]), number(before[0]));
         QCOMPARE(number(page.captions()[1]), number(before[1]) + 1);
         QCOMPARE(number(page.captions()[2]), number(before[2]) - 1);
-        QCOMPARE(page.table()->selectionModel()->selectedRows().value(0).data(VisitorsTableModel::VisitorIdRole).toString(),
+        QCOMPARE(page.table()
+                     ->selectionModel()
+                     ->selectedRows()
+                     .value(0)
+                     .data(VisitorsTableModel::VisitorIdRole)
+                     .toString(),
                  chosen);
         // The row above the view went, so the same rows sit one row higher.
         QCOMPARE(scroll->value(), qMin(place, scroll->maximum()));
@@ -283,8 +291,11 @@ private slots:
         QCOMPARE(history.filter(), expected);
         const int pageNumber = row[4].toInt();
         if (pageNumber == 2) {
-            QVERIFY(waitUntil([&] { return label(page, "label_chatHistory_page").startsWith("Страница 1 из"); }, 20000));
-            QTest::mouseClick(page.findChild<QPushButton *>("pushButton_chatHistory_next"), Qt::LeftButton);
+            QVERIFY(waitUntil(
+                [&] { return label(page, "label_chatHistory_page").startsWith("Страница 1 из"); },
+                20000));
+            QTest::mouseClick(page.findChild<QPushButton *>("pushButton_chatHistory_next"),
+                              Qt::LeftButton);
         }
         QCOMPARE(history.page(), pageNumber);
 
@@ -312,13 +323,17 @@ private slots:
         ChatHistoryWidget page;
         history.installView(&page);
         dialog.installView(page.messagesWidget());
-        connect(&history, &ChatHistoryController::loadChat, &dialog, &ChatHistoryMessagesController::loadChat);
+        connect(&history,
+                &ChatHistoryController::loadChat,
+                &dialog,
+                &ChatHistoryMessagesController::loadChat);
         page.resize(1180, 700);
         // A failed search says so and offers to repeat it.
         FaultInjector *faults = m_demo.local.service()->faults();
         faults->setPathFailure("/api/chat/client/history", 500);
         page.show();
-        QTest::mouseClick(page.findChild<QPushButton *>("pushButton_historyPeriod_month"), Qt::LeftButton);
+        QTest::mouseClick(page.findChild<QPushButton *>("pushButton_historyPeriod_month"),
+                          Qt::LeftButton);
         auto *retry = page.findChild<QPushButton *>("pushButton_chatHistory_retry");
         QVERIFY(waitUntil([&] { return retry->isVisible(); }, 20000));
         QVERIFY(!label(page, "label_chatHistory_state").isEmpty());
@@ -345,7 +360,8 @@ private slots:
         const QString shown = page.messagesWidget()->messagesText();
         int at = 0;
         int texts = 0;
-        for (const FirebaseChatMessage &message : ChatController::sortMessages(truth.getMessages())) {
+        for (const FirebaseChatMessage &message :
+             ChatController::sortMessages(truth.getMessages())) {
             if (message.getType() != "text" || message.getText().isEmpty())
                 continue;
             // Emoji show as pictures: the text up to the first one.
@@ -370,7 +386,8 @@ private slots:
         offline.installView(&page);
         page.resize(1180, 700);
         page.show();
-        QTest::mouseClick(page.findChild<QPushButton *>("pushButton_historyPeriod_month"), Qt::LeftButton);
+        QTest::mouseClick(page.findChild<QPushButton *>("pushButton_historyPeriod_month"),
+                          Qt::LeftButton);
         auto *table = page.findChild<QTableWidget *>("tableWidget_offlineMessages_list");
         QVERIFY(waitUntil([&] { return table->rowCount() > 0; }, 20000));
         const int total = label(page, "label_offlineMessages_total").section(' ', -1).toInt();
@@ -381,12 +398,14 @@ private slots:
         const QString path = dir.filePath("Заявки.csv");
         FaultInjector *faults = m_demo.local.service()->faults();
         faults->setPathFailure("/api/chat/client/offline_messages/export", 500);
-        QTest::mouseClick(page.findChild<QPushButton *>("pushButton_offlineMessages_export"), Qt::LeftButton);
+        QTest::mouseClick(page.findChild<QPushButton *>("pushButton_offlineMessages_export"),
+                          Qt::LeftButton);
         auto *chooser = page.findChild<QFileDialog *>();
         QVERIFY(chooser && chooser->isVisible());
         chooser->selectFile(path);
         static_cast<QDialog *>(chooser)->accept();
-        auto *result = page.findChild<QFrame *>("frame_offlineMessages_export")->findChild<QLabel *>();
+        auto *result = page.findChild<QFrame *>("frame_offlineMessages_export")
+                           ->findChild<QLabel *>();
         auto *retry = page.findChild<QPushButton *>("pushButton_offlineMessages_exportRetry");
         QVERIFY(waitUntil([&] { return retry->isVisible(); }, 20000));
         QCOMPARE(result->text(), "Не удалось сохранить заявки");
@@ -408,7 +427,9 @@ private slots:
         QDir().mkpath(dir);
         VisitorsPage visitors;
         visitors.widget.resize(1180, 760);
-        QVERIFY(waitUntil([&] { return visitors.child<QComboBox>("comboBox_visitorsOnline_widget")->count() > 1; }, 20000));
+        QVERIFY(waitUntil(
+            [&] { return visitors.child<QComboBox>("comboBox_visitorsOnline_widget")->count() > 1; },
+            20000));
         QVERIFY(visitors.widget.grab().save(dir + "/visitors.png"));
 
         ChatHistoryController history;
@@ -416,13 +437,18 @@ private slots:
         ChatHistoryWidget historyPage;
         history.installView(&historyPage);
         dialog.installView(historyPage.messagesWidget());
-        connect(&history, &ChatHistoryController::loadChat, &dialog, &ChatHistoryMessagesController::loadChat);
+        connect(&history,
+                &ChatHistoryController::loadChat,
+                &dialog,
+                &ChatHistoryMessagesController::loadChat);
         historyPage.resize(1400, 860);
         historyPage.show();
-        QTest::mouseClick(historyPage.findChild<QPushButton *>("pushButton_historyPeriod_month"), Qt::LeftButton);
+        QTest::mouseClick(historyPage.findChild<QPushButton *>("pushButton_historyPeriod_month"),
+                          Qt::LeftButton);
         QVERIFY(waitUntil([&] { return shownChats(historyPage).size() > 1; }, 20000));
         historyPage.findChild<QTableWidget *>("tableWidget_chatHistory_list")->selectRow(1);
-        QVERIFY(waitUntil([&] { return !historyPage.messagesWidget()->messagesText().isEmpty(); }, 20000));
+        QVERIFY(waitUntil([&] { return !historyPage.messagesWidget()->messagesText().isEmpty(); },
+                          20000));
         QVERIFY(historyPage.grab().save(dir + "/history.png"));
 
         OfflineMessagesController offline;
@@ -430,8 +456,10 @@ private slots:
         offline.installView(&offlinePage);
         offlinePage.resize(1180, 760);
         offlinePage.show();
-        QTest::mouseClick(offlinePage.findChild<QPushButton *>("pushButton_historyPeriod_month"), Qt::LeftButton);
-        QVERIFY(waitUntil([&] { return offlinePage.findChild<QTableWidget *>()->rowCount() > 0; }, 20000));
+        QTest::mouseClick(offlinePage.findChild<QPushButton *>("pushButton_historyPeriod_month"),
+                          Qt::LeftButton);
+        QVERIFY(waitUntil([&] { return offlinePage.findChild<QTableWidget *>()->rowCount() > 0; },
+                          20000));
         QVERIFY(offlinePage.grab().save(dir + "/offline.png"));
     }
 
@@ -450,7 +478,8 @@ private:
     }
     QJsonObject get(const QString &pathAndQuery)
     {
-        QNetworkReply *reply = m_demo.manager->sendApiRequestAsync(NetworkManager::Get, pathAndQuery);
+        QNetworkReply *reply = m_demo.manager->sendApiRequestAsync(NetworkManager::Get,
+                                                                   pathAndQuery);
         waitUntil([&] { return reply->isFinished(); }, 20000);
         return m_demo.manager->parseReply(reply);
     }
