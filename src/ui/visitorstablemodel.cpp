@@ -210,7 +210,7 @@ void VisitorsTableModel::updateVisitor(const FirebaseVisitor &visitor)
     const int row = rowOf(visitor.getId());
     if (row >= 0) {
         m_rows[row].visitor = visitor;
-        emit dataChanged(index(row, 0), index(row, ColumnCount - 1));
+        changed(row, 0, ColumnCount - 1);
         return;
     }
     beginInsertRows(QModelIndex(), m_rows.size(), m_rows.size());
@@ -239,7 +239,15 @@ void VisitorsTableModel::setDialog(const QString &visitorId, const VisitorDialog
         return;
     m_rows[row].dialog = dialog;
     // The button changes with the dialog too.
-    emit dataChanged(index(row, DialogColumn), index(row, ActionColumn));
+    changed(row, DialogColumn, ActionColumn);
+}
+
+void VisitorsTableModel::changed(int row, int first, int last)
+{
+    // Cell by cell: a view repaints a single changed cell's rectangle, but the whole viewport
+    // for a range.
+    for (int column = first; column <= last; ++column)
+        emit dataChanged(index(row, column), index(row, column));
 }
 
 void VisitorsTableModel::setNow(const QDateTime &now)

@@ -63,6 +63,7 @@ private:
         VisitorDialog dialog;
     };
 
+    void changed(int row, int first, int last);
     QString text(const Row &row, int column) const;
     QString subtitle(const Row &row, int column) const;
     QString timeOnSite(const FirebaseVisitor &visitor) const;
