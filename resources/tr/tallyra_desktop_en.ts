@@ -801,18 +801,8 @@
             <translation>Dialog</translation>
         </message>
         <message>
-            <source>Г</source>
-            <comment>initial of a guest</comment>
-            <translation>G</translation>
-        </message>
-        <message>
             <source>Гость %1</source>
             <translation>Guest %1</translation>
-        </message>
-        <message>
-            <source>%1-й</source>
-            <comment>ordinal of a visit</comment>
-            <translation>#%1</translation>
         </message>
         <message>
             <source>Написать</source>
@@ -835,19 +825,28 @@
             <translation>blocked</translation>
         </message>
         <message>
+            <source>Г</source>
+            <translation>G</translation>
+        </message>
+        <message>
+            <source>%1-й</source>
+            <translation>#%1</translation>
+        </message>
+        <message>
             <source>%1 с</source>
-            <comment>seconds on the site</comment>
             <translation>%1 s</translation>
         </message>
         <message>
             <source>%1 мин</source>
-            <comment>minutes on the site</comment>
             <translation>%1 min</translation>
         </message>
         <message>
             <source>%1 ч %2 мин</source>
-            <comment>hours and minutes on the site</comment>
             <translation>%1 h %2 min</translation>
+        </message>
+        <message>
+            <source>%1 дн.</source>
+            <translation>%1 d</translation>
         </message>
     </context>
 </TS>

@@ -62,7 +62,7 @@ VisitorsOnlineWidget::VisitorsOnlineWidget(QWidget *parent)
     header->setMinimumSectionSize(60);
     header->setSectionResizeMode(QHeaderView::Interactive);
     header->setSectionResizeMode(VisitorsTableModel::PageColumn, QHeaderView::Stretch);
-    const int widths[] = {250, 0, 90, 70, 130, 260, 120};
+    const int widths[] = {250, 0, 100, 70, 130, 260, 120};
     for (int column = 0; column < VisitorsTableModel::ColumnCount; ++column) {
         if (widths[column] > 0)
             header->resizeSection(column, widths[column]);

@@ -64,7 +64,7 @@ QVariant VisitorsTableModel::data(const QModelIndex &index, int role) const
         return row.visitor.getChatWidgetId();
     case InitialsRole: {
         if (row.visitor.getName().trimmed().isEmpty())
-            return tr("Г", "initial of a guest");
+            return tr("Г");
         const QStringList words = row.visitor.getName().simplified().split(QLatin1Char(' '));
         QString initials;
         for (int i = 0; i < words.size() && i < 2; ++i)
@@ -108,8 +108,7 @@ QString VisitorsTableModel::text(const Row &row, int column) const
     case TimeColumn:
         return timeOnSite(visitor);
     case VisitsColumn:
-        return visitor.getHits() > 0 ? tr("%1-й", "ordinal of a visit").arg(visitor.getHits())
-                                     : QStringLiteral("—");
+        return visitor.getHits() > 0 ? tr("%1-й").arg(visitor.getHits()) : QStringLiteral("—");
     case SourceColumn:
         return source(visitor);
     case DialogColumn:
@@ -159,12 +158,13 @@ QString VisitorsTableModel::timeOnSite(const FirebaseVisitor &visitor) const
         return QStringLiteral("—");
     const qint64 seconds = qMax<qint64>(0, created.secsTo(m_now));
     if (seconds < 60)
-        return tr("%1 с", "seconds on the site").arg(seconds);
+        return tr("%1 с").arg(seconds);
     if (seconds < 3600)
-        return tr("%1 мин", "minutes on the site").arg(seconds / 60);
-    return tr("%1 ч %2 мин", "hours and minutes on the site")
-        .arg(seconds / 3600)
-        .arg(seconds % 3600 / 60);
+        return tr("%1 мин").arg(seconds / 60);
+    if (seconds < 24 * 3600)
+        return tr("%1 ч %2 мин").arg(seconds / 3600).arg(seconds % 3600 / 60);
+    // A tab left open for days.
+    return tr("%1 дн.").arg(seconds / (24 * 3600));
 }
 
 QString VisitorsTableModel::source(const FirebaseVisitor &visitor)
