@@ -264,6 +264,9 @@ void ChatHistoryMessagesWidget::render()
 {
     // The colours are the style sheet's; it must have been applied before they are read.
     ensurePolished();
+    if (m_accent.isValid())
+        m_ui->textBrowser_chatHistoryMessages_messages->document()->setDefaultStyleSheet(
+            QStringLiteral("a { color: %1; }").arg(m_accent.name()));
     QString html;
     QDate day;
     for (const FirebaseChatMessage &message : qAsConst(m_messages)) {

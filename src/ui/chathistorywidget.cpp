@@ -247,8 +247,18 @@ void ChatHistoryWidget::setHistory(const ApiChatHistory &history, int page, int 
         m_ui->stackedWidget_chatHistory->setCurrentIndex(ListPage);
 }
 
+QList<QLabel *> ChatHistoryWidget::statLabels() const
+{
+    return {m_ui->label_chatHistory_statAll,
+            m_ui->label_chatHistory_statCompleted,
+            m_ui->label_chatHistory_statLost,
+            m_ui->label_chatHistory_statWork};
+}
+
 void ChatHistoryWidget::setStats(qint64 all, qint64 completed, qint64 lost, qint64 work)
 {
+    for (QLabel *label : statLabels())
+        label->show();
     m_ui->label_chatHistory_statAll->setText(tr("Всего: %1").arg(all));
     m_ui->label_chatHistory_statCompleted->setText(tr("Завершённых: %1").arg(completed));
     m_ui->label_chatHistory_statLost->setText(tr("Потерянных: %1").arg(lost));
@@ -267,6 +277,9 @@ void ChatHistoryWidget::showError(const QString &message)
     m_ui->label_chatHistory_loading->hide();
     m_ui->tableWidget_chatHistory_list->setRowCount(0);
     m_ui->frame_chatHistory_pager->hide();
+    // The counts were of the search that failed to come.
+    for (QLabel *label : statLabels())
+        label->hide();
     showState(message, true);
 }
 

@@ -13,6 +13,7 @@ class ChatHistoryWidget;
 
 class ChatHistoryMessagesWidget;
 class QComboBox;
+class QLabel;
 
 // The "История диалогов" page: the filters (period, widget, operator, status), the counts of
 // the period, a page of dialogs with the page switch, and the chosen dialog beside them
@@ -43,6 +44,7 @@ protected:
 
 private:
     void emitFilter();
+    QList<QLabel *> statLabels() const;
     void setStats(qint64 all, qint64 completed, qint64 lost, qint64 work);
     void showState(const QString &text, bool retry);
     void fillOperators(const QList<ApiChatHistoryUser> &users);

@@ -343,11 +343,7 @@ private slots:
 
         // A chosen dialog shows its messages in order, and the visit it came from.
         auto *table = page.findChild<QTableWidget *>("tableWidget_chatHistory_list");
-        int longest = 0;
-        for (int row = 1; row < table->rowCount(); ++row) {
-            if (table->item(row, 5)->text().toInt() > table->item(longest, 5)->text().toInt())
-                longest = row;
-        }
+        const int longest = longestDialog(page);
         QTest::mouseClick(table->viewport(),
                           Qt::LeftButton,
                           {},
@@ -446,10 +442,17 @@ private slots:
         QTest::mouseClick(historyPage.findChild<QPushButton *>("pushButton_historyPeriod_month"),
                           Qt::LeftButton);
         QVERIFY(waitUntil([&] { return shownChats(historyPage).size() > 1; }, 20000));
-        historyPage.findChild<QTableWidget *>("tableWidget_chatHistory_list")->selectRow(1);
+        historyPage.findChild<QTableWidget *>("tableWidget_chatHistory_list")
+            ->selectRow(longestDialog(historyPage));
         QVERIFY(waitUntil([&] { return !historyPage.messagesWidget()->messagesText().isEmpty(); },
                           20000));
         QVERIFY(historyPage.grab().save(dir + "/history.png"));
+        m_demo.local.service()->faults()->setPathFailure("/api/chat/client/history", 500);
+        QTest::mouseClick(historyPage.findChild<QPushButton *>("pushButton_historyPeriod_week"),
+                          Qt::LeftButton);
+        QVERIFY(waitUntil([&] { return shownChats(historyPage).isEmpty(); }, 20000));
+        m_demo.local.service()->faults()->clearPathFailures();
+        QVERIFY(historyPage.grab().save(dir + "/history-failed.png"));
 
         OfflineMessagesController offline;
         OfflineMessagesWidget offlinePage;
@@ -467,6 +470,17 @@ private:
     static QString label(const QWidget &page, const char *name)
     {
         return page.findChild<QLabel *>(QLatin1String(name))->text();
+    }
+    // The row of the dialog with the most messages.
+    static int longestDialog(const ChatHistoryWidget &page)
+    {
+        const auto *table = page.findChild<QTableWidget *>("tableWidget_chatHistory_list");
+        int longest = 0;
+        for (int row = 1; row < table->rowCount(); ++row) {
+            if (table->item(row, 5)->text().toInt() > table->item(longest, 5)->text().toInt())
+                longest = row;
+        }
+        return longest;
     }
     static QList<qint64> shownChats(const ChatHistoryWidget &page)
     {
