@@ -82,6 +82,216 @@
         </message>
     </context>
     <context>
+        <name>ChatHistoryMessagesWidget</name>
+        <message>
+            <source>Повторить</source>
+            <translation>Retry</translation>
+        </message>
+        <message>
+            <source>%1 КБ</source>
+            <translation>%1 KB</translation>
+        </message>
+        <message>
+            <source>%1 МБ</source>
+            <translation>%1 MB</translation>
+        </message>
+        <message>
+            <source>Выберите диалог в списке, чтобы прочитать его</source>
+            <translation>Choose a dialog in the list to read it</translation>
+        </message>
+        <message>
+            <source>Загружаем диалог…</source>
+            <translation>Loading the dialog…</translation>
+        </message>
+        <message>
+            <source>Посетитель</source>
+            <translation>Visitor</translation>
+        </message>
+        <message>
+            <source>Оператор</source>
+            <translation>Operator</translation>
+        </message>
+        <message>
+            <source>сообщений: %1</source>
+            <translation>messages: %1</translation>
+        </message>
+        <message>
+            <source>E-mail</source>
+            <translation>E-mail</translation>
+        </message>
+        <message>
+            <source>Телефон</source>
+            <translation>Phone</translation>
+        </message>
+        <message>
+            <source>Местоположение</source>
+            <translation>Location</translation>
+        </message>
+        <message>
+            <source>IP-адрес</source>
+            <translation>IP address</translation>
+        </message>
+        <message>
+            <source>Страница</source>
+            <translation>Page</translation>
+        </message>
+        <message>
+            <source>Откуда пришёл</source>
+            <translation>Came from</translation>
+        </message>
+        <message>
+            <source>Визитов</source>
+            <translation>Visits</translation>
+        </message>
+        <message>
+            <source>Диалогов</source>
+            <translation>Dialogs</translation>
+        </message>
+        <message>
+            <source>Первый визит</source>
+            <translation>First visit</translation>
+        </message>
+        <message>
+            <source>UTM-метки</source>
+            <translation>UTM tags</translation>
+        </message>
+        <message>
+            <source>Операторы</source>
+            <translation>Operators</translation>
+        </message>
+        <message>
+            <source>%1 подключился к диалогу</source>
+            <translation>%1 joined the dialog</translation>
+        </message>
+        <message>
+            <source>%1 отключился от диалога</source>
+            <translation>%1 left the dialog</translation>
+        </message>
+        <message>
+            <source>%1 пригласил в диалог: %2</source>
+            <translation>%1 invited to the dialog: %2</translation>
+        </message>
+        <message>
+            <source>Изображение: %1</source>
+            <translation>Image: %1</translation>
+        </message>
+        <message>
+            <source>Файл: %1</source>
+            <translation>File: %1</translation>
+        </message>
+        <message>
+            <source>Ссылка на оплату: %1, %2 %3</source>
+            <translation>Payment link: %1, %2 %3</translation>
+        </message>
+        <message>
+            <source>В диалоге нет сообщений</source>
+            <translation>The dialog has no messages</translation>
+        </message>
+    </context>
+    <context>
+        <name>ChatHistoryWidget</name>
+        <message>
+            <source>История диалогов</source>
+            <translation>Dialog history</translation>
+        </message>
+        <message>
+            <source>Загрузка…</source>
+            <translation>Loading…</translation>
+        </message>
+        <message>
+            <source>Повторить</source>
+            <translation>Retry</translation>
+        </message>
+        <message>
+            <source>Предыдущая страница</source>
+            <translation>Previous page</translation>
+        </message>
+        <message>
+            <source>Следующая страница</source>
+            <translation>Next page</translation>
+        </message>
+        <message>
+            <source>Все виджеты</source>
+            <translation>All widgets</translation>
+        </message>
+        <message>
+            <source>Все операторы</source>
+            <translation>All operators</translation>
+        </message>
+        <message>
+            <source>Все статусы</source>
+            <translation>All statuses</translation>
+        </message>
+        <message>
+            <source>Завершённые</source>
+            <translation>Completed</translation>
+        </message>
+        <message>
+            <source>Потерянные</source>
+            <translation>Lost</translation>
+        </message>
+        <message>
+            <source>В работе</source>
+            <translation>In progress</translation>
+        </message>
+        <message>
+            <source>Посетитель</source>
+            <translation>Visitor</translation>
+        </message>
+        <message>
+            <source>Сайт</source>
+            <translation>Site</translation>
+        </message>
+        <message>
+            <source>Операторы</source>
+            <translation>Operators</translation>
+        </message>
+        <message>
+            <source>Начало</source>
+            <translation>Started</translation>
+        </message>
+        <message>
+            <source>Длительность</source>
+            <translation>Duration</translation>
+        </message>
+        <message>
+            <source>Сообщений</source>
+            <translation>Messages</translation>
+        </message>
+        <message>
+            <source>Загружаем историю диалогов…</source>
+            <translation>Loading the dialog history…</translation>
+        </message>
+        <message>
+            <source>Страница %1 из %2</source>
+            <translation>Page %1 of %2</translation>
+        </message>
+        <message>
+            <source>За этот период диалогов нет</source>
+            <translation>No dialogs in this period</translation>
+        </message>
+        <message>
+            <source>Всего: %1</source>
+            <translation>All: %1</translation>
+        </message>
+        <message>
+            <source>Завершённых: %1</source>
+            <translation>Completed: %1</translation>
+        </message>
+        <message>
+            <source>Потерянных: %1</source>
+            <translation>Lost: %1</translation>
+        </message>
+        <message>
+            <source>В работе: %1</source>
+            <translation>In progress: %1</translation>
+        </message>
+        <message>
+            <source>Выберите период, чтобы увидеть диалоги</source>
+            <translation>Choose a period to see the dialogs</translation>
+        </message>
+    </context>
+    <context>
         <name>ChatMessageDelegate</name>
         <message>
             <source>Показать в папке</source>
@@ -337,7 +547,7 @@
         </message>
         <message>
             <source>Источник</source>
-            <translation>Referrer</translation>
+            <translation>Source</translation>
         </message>
         <message>
             <source>IP</source>
@@ -357,7 +567,7 @@
         </message>
         <message>
             <source>UTM-метки</source>
-            <translation>UTM marks</translation>
+            <translation>UTM tags</translation>
         </message>
         <message>
             <source>Параметры</source>
@@ -589,6 +799,37 @@
         </message>
     </context>
     <context>
+        <name>HistoryPeriodWidget</name>
+        <message>
+            <source>Сегодня</source>
+            <translation>Today</translation>
+        </message>
+        <message>
+            <source>Вчера</source>
+            <translation>Yesterday</translation>
+        </message>
+        <message>
+            <source>Неделя</source>
+            <translation>Week</translation>
+        </message>
+        <message>
+            <source>Месяц</source>
+            <translation>Month</translation>
+        </message>
+        <message>
+            <source>с</source>
+            <translation>from</translation>
+        </message>
+        <message>
+            <source>dd.MM.yyyy</source>
+            <translation>dd.MM.yyyy</translation>
+        </message>
+        <message>
+            <source>по</source>
+            <translation>to</translation>
+        </message>
+    </context>
+    <context>
         <name>ImageViewer</name>
         <message>
             <source>Изображение</source>
@@ -687,7 +928,7 @@
         </message>
         <message>
             <source>История диалогов</source>
-            <translation>Conversation history</translation>
+            <translation>Dialog history</translation>
         </message>
         <message>
             <source>Заявки</source>
@@ -824,6 +1065,101 @@
         <message>
             <source>Не удалось сохранить заявки</source>
             <translation>Could not save the requests</translation>
+        </message>
+    </context>
+    <context>
+        <name>OfflineMessagesWidget</name>
+        <message>
+            <source>Заявки</source>
+            <translation>Requests</translation>
+        </message>
+        <message>
+            <source>Экспорт</source>
+            <translation>Export</translation>
+        </message>
+        <message>
+            <source>Сохранить заявки выбранного периода в файл</source>
+            <translation>Save the requests of the chosen period to a file</translation>
+        </message>
+        <message>
+            <source>Повторить</source>
+            <translation>Retry</translation>
+        </message>
+        <message>
+            <source>Загрузка…</source>
+            <translation>Loading…</translation>
+        </message>
+        <message>
+            <source>Предыдущая страница</source>
+            <translation>Previous page</translation>
+        </message>
+        <message>
+            <source>Следующая страница</source>
+            <translation>Next page</translation>
+        </message>
+        <message>
+            <source>Все виджеты</source>
+            <translation>All widgets</translation>
+        </message>
+        <message>
+            <source>Имя</source>
+            <translation>Name</translation>
+        </message>
+        <message>
+            <source>E-mail</source>
+            <translation>E-mail</translation>
+        </message>
+        <message>
+            <source>Телефон</source>
+            <translation>Phone</translation>
+        </message>
+        <message>
+            <source>Сообщение</source>
+            <translation>Message</translation>
+        </message>
+        <message>
+            <source>Сайт</source>
+            <translation>Site</translation>
+        </message>
+        <message>
+            <source>Время</source>
+            <translation>Time</translation>
+        </message>
+        <message>
+            <source>Загружаем заявки…</source>
+            <translation>Loading the requests…</translation>
+        </message>
+        <message>
+            <source>Всего заявок: %1</source>
+            <translation>Requests: %1</translation>
+        </message>
+        <message>
+            <source>Страница %1 из %2</source>
+            <translation>Page %1 of %2</translation>
+        </message>
+        <message>
+            <source>За этот период заявок нет</source>
+            <translation>No requests in this period</translation>
+        </message>
+        <message>
+            <source>Выберите период, чтобы увидеть заявки</source>
+            <translation>Choose a period to see the requests</translation>
+        </message>
+        <message>
+            <source>Заявки %1.csv</source>
+            <translation>Requests %1.csv</translation>
+        </message>
+        <message>
+            <source>Сохранить заявки</source>
+            <translation>Save the requests</translation>
+        </message>
+        <message>
+            <source>Таблица CSV (*.csv)</source>
+            <translation>CSV table (*.csv)</translation>
+        </message>
+        <message>
+            <source>Сохраняем заявки…</source>
+            <translation>Saving the requests…</translation>
         </message>
     </context>
     <context>
@@ -1364,6 +1700,128 @@
         <message>
             <source>Не удалось начать диалог</source>
             <translation>Could not start a conversation</translation>
+        </message>
+    </context>
+    <context>
+        <name>VisitorsOnlineWidget</name>
+        <message>
+            <source>Посетители онлайн</source>
+            <translation>Visitors online</translation>
+        </message>
+        <message>
+            <source>Повторить</source>
+            <translation>Retry</translation>
+        </message>
+        <message>
+            <source>Все виджеты</source>
+            <translation>All widgets</translation>
+        </message>
+        <message>
+            <source>Написать</source>
+            <translation>Write</translation>
+        </message>
+        <message>
+            <source>Загружаем посетителей…</source>
+            <translation>Loading the visitors…</translation>
+        </message>
+        <message>
+            <source>Все посетители  %1</source>
+            <translation>All visitors  %1</translation>
+        </message>
+        <message>
+            <source>С кем общались  %1</source>
+            <translation>Talked to  %1</translation>
+        </message>
+        <message>
+            <source>Еще не общались  %1</source>
+            <translation>Not yet talked to  %1</translation>
+        </message>
+        <message>
+            <source>Разблокировать</source>
+            <translation>Unblock</translation>
+        </message>
+        <message>
+            <source>Сейчас на сайтах никого нет</source>
+            <translation>Nobody is on the sites right now</translation>
+        </message>
+        <message>
+            <source>В этой категории сейчас никого нет</source>
+            <translation>Nobody in this category right now</translation>
+        </message>
+    </context>
+    <context>
+        <name>VisitorsTableModel</name>
+        <message>
+            <source>Посетитель</source>
+            <translation>Visitor</translation>
+        </message>
+        <message>
+            <source>Сейчас на странице</source>
+            <translation>Now on the page</translation>
+        </message>
+        <message>
+            <source>На сайте</source>
+            <translation>On the site</translation>
+        </message>
+        <message>
+            <source>Визит</source>
+            <translation>Visit</translation>
+        </message>
+        <message>
+            <source>Источник</source>
+            <translation>Source</translation>
+        </message>
+        <message>
+            <source>Диалог</source>
+            <translation>Dialog</translation>
+        </message>
+        <message>
+            <source>Г</source>
+            <translation>G</translation>
+        </message>
+        <message>
+            <source>Гость %1</source>
+            <translation>Guest %1</translation>
+        </message>
+        <message>
+            <source>%1-й</source>
+            <translation>#%1</translation>
+        </message>
+        <message>
+            <source>Написать</source>
+            <translation>Write</translation>
+        </message>
+        <message>
+            <source>прочитано</source>
+            <translation>read</translation>
+        </message>
+        <message>
+            <source>доставлено</source>
+            <translation>delivered</translation>
+        </message>
+        <message>
+            <source>отправлено</source>
+            <translation>sent</translation>
+        </message>
+        <message>
+            <source>заблокирован</source>
+            <translation>blocked</translation>
+        </message>
+        <message>
+            <source>%1 с</source>
+            <translation>%1 s</translation>
+        </message>
+        <message>
+            <source>%1 мин</source>
+            <translation>%1 min</translation>
+        </message>
+        <message>
+            <source>%1 ч %2 мин</source>
+            <translation>%1 h %2 min</translation>
+        </message>
+        <message>
+            <source>%1 дн.</source>
+            <translation>%1 d</translation>
         </message>
     </context>
 </TS>

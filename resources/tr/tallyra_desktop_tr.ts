@@ -82,6 +82,216 @@
     </message>
 </context>
 <context>
+    <name>ChatHistoryMessagesWidget</name>
+    <message>
+        <source>Повторить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 КБ</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 МБ</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Выберите диалог в списке, чтобы прочитать его</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Загружаем диалог…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Посетитель</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Оператор</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>сообщений: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>E-mail</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Телефон</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Местоположение</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>IP-адрес</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Страница</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Откуда пришёл</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Визитов</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Диалогов</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Первый визит</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>UTM-метки</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Операторы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 подключился к диалогу</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 отключился от диалога</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 пригласил в диалог: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Изображение: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Файл: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Ссылка на оплату: %1, %2 %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>В диалоге нет сообщений</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ChatHistoryWidget</name>
+    <message>
+        <source>История диалогов</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Загрузка…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Повторить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Предыдущая страница</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Следующая страница</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Все виджеты</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Все операторы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Все статусы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Завершённые</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Потерянные</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>В работе</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Посетитель</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сайт</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Операторы</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Начало</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Длительность</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сообщений</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Загружаем историю диалогов…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Страница %1 из %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>За этот период диалогов нет</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Всего: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Завершённых: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Потерянных: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>В работе: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Выберите период, чтобы увидеть диалоги</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>ChatMessageDelegate</name>
     <message>
         <source>Показать в папке</source>
@@ -589,6 +799,37 @@
     </message>
 </context>
 <context>
+    <name>HistoryPeriodWidget</name>
+    <message>
+        <source>Сегодня</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Вчера</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Неделя</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Месяц</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>с</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>dd.MM.yyyy</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>по</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>ImageViewer</name>
     <message>
         <source>Изображение</source>
@@ -823,6 +1064,101 @@
     </message>
     <message>
         <source>Не удалось сохранить заявки</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>OfflineMessagesWidget</name>
+    <message>
+        <source>Заявки</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Экспорт</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохранить заявки выбранного периода в файл</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Повторить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Загрузка…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Предыдущая страница</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Следующая страница</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Все виджеты</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Имя</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>E-mail</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Телефон</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сообщение</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сайт</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Время</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Загружаем заявки…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Всего заявок: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Страница %1 из %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>За этот период заявок нет</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Выберите период, чтобы увидеть заявки</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Заявки %1.csv</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохранить заявки</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Таблица CSV (*.csv)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сохраняем заявки…</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -1363,6 +1699,128 @@
     </message>
     <message>
         <source>Не удалось начать диалог</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>VisitorsOnlineWidget</name>
+    <message>
+        <source>Посетители онлайн</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Повторить</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Все виджеты</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Написать</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Загружаем посетителей…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Все посетители  %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>С кем общались  %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Еще не общались  %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Разблокировать</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сейчас на сайтах никого нет</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>В этой категории сейчас никого нет</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>VisitorsTableModel</name>
+    <message>
+        <source>Посетитель</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Сейчас на странице</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>На сайте</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Визит</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Источник</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Диалог</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Г</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Гость %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1-й</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Написать</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>прочитано</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>доставлено</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>отправлено</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>заблокирован</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 с</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 мин</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 ч %2 мин</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 дн.</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
