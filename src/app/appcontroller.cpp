@@ -18,10 +18,17 @@
 #include "repo/resourcemanager.h"
 #include "repo/usersrepository.h"
 #include "repo/visitorsrepository.h"
+#include "ui/chathistorymessageswidget.h"
+#include "ui/chathistorywidget.h"
+#include "ui/chatwidget.h"
+#include "ui/conversationinfowidget.h"
 #include "ui/conversationlistwidget.h"
 #include "ui/mainwindow.h"
+#include "ui/messageboxprompts.h"
 #include "ui/notificationwindow.h"
+#include "ui/offlinemessageswidget.h"
 #include "ui/openchatsstrip.h"
+#include "ui/visitorsonlinewidget.h"
 #include "util/util.h"
 
 #include <QApplication>
@@ -209,12 +216,33 @@ void AppController::Init()
             &UsersRepository::usersOnlineChanged,
             window,
             &MainWindow::onUsersOnlineChanged);
+    // "В сети N из M" counts the widgets' operators, whose keys may come after the users.
+    connect(m_usersRepository, &UsersRepository::userKeysChanged, window, [this] {
+        m_mainWindow->onUsersOnlineChanged(m_usersRepository->getUsers());
+    });
     // The window's own list and strips.
     m_conversationListController->installView(window->conversationList());
     m_openChatsController->installView(window->horizontalOpenChats());
     m_openChatsController->installView(window->verticalOpenChats());
     // The list starts on the operator's own dialogs.
     window->setChatsPage(Util::CategoryMy);
+    // The open chat beside its info panel, and the three pages; the window owns them.
+    auto *chatView = new ChatWidget;
+    auto *infoView = new ConversationInfoWidget;
+    installChatView(chatView);
+    installConversationInfoView(infoView);
+    window->setChatWidgets(chatView, infoView);
+    auto *visitorsPage = new VisitorsOnlineWidget;
+    installVisitorsOnlineView(visitorsPage);
+    window->setPageWidget(MainWindow::VisitorsPage, visitorsPage);
+    auto *historyPage = new ChatHistoryWidget;
+    installChatHistoryViews(historyPage, historyPage->messagesWidget());
+    window->setPageWidget(MainWindow::HistoryPage, historyPage);
+    auto *offlinePage = new OfflineMessagesWidget;
+    installOfflineMessagesView(offlinePage);
+    window->setPageWidget(MainWindow::OfflinePage, offlinePage);
+    m_prompts = std::make_unique<MessageBoxPrompts>();
+    setPrompts(m_prompts.get());
 
     // 6. Quick answers and the visitor's introduction.
     connect(m_chatController,
@@ -251,6 +279,11 @@ void AppController::Init()
             this,
             &AppController::updateVisitorsCount);
     connect(visitors, &VisitorsRepository::initialized, this, &AppController::updateVisitorsCount);
+    // The categories' counters follow the widgets' keys, which may come after the chats.
+    connect(m_usersRepository,
+            &UsersRepository::userKeysChanged,
+            this,
+            &AppController::refreshCounters);
     connect(ChatRepository::getInstance(),
             &ChatRepository::initialized,
             m_networkManager,

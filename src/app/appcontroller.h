@@ -115,6 +115,7 @@ private:
     ChatsRepository *m_chatsRepository = nullptr;
     AuthSession *m_session = nullptr;
     std::unique_ptr<MainWindow> m_mainWindow;
+    std::unique_ptr<ModalPrompts> m_prompts;
     NetworkManager *m_networkManager = nullptr;
     ChatController *m_chatController = nullptr;
     ConversationInfoController *m_conversationInfoController = nullptr;

@@ -3,6 +3,7 @@
 #include "app/appcontroller.h"
 #include "app/notificationbuilder.h"
 #include "repo/chatsrepository.h"
+#include "ui/chathistorymessageswidget.h"
 #include "ui/conversationlistmodel.h"
 #include "ui/conversationlistwidget.h"
 #include "ui/franchiseitemwidget.h"
@@ -11,14 +12,18 @@
 #include "ui/settingsdialog.h"
 #include "util/util.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QDebug>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QTableView>
+#include <QTableWidget>
 
 namespace {
 
@@ -84,6 +89,14 @@ void ScreenshotTour::start()
         return window->findChild<QStackedWidget *>(stack)->currentWidget()->objectName();
     };
     const auto always = [] { return true; };
+    const auto visible = [window](const char *name) {
+        const QWidget *widget = window->findChild<QWidget *>(name);
+        return widget && widget->isVisible();
+    };
+    const auto clickIn = [](QWidget *parent, const char *name) {
+        if (auto *button = parent->findChild<QAbstractButton *>(name))
+            button->click();
+    };
     const auto shot = [this, window](const QString &name) {
         return [this, window, name] { save(window, name); };
     };
@@ -146,15 +159,28 @@ void ScreenshotTour::start()
             [=] { return window->sizeState() == size.second; },
             shot(QStringLiteral("07-width-state-%1-%2px").arg(size.second).arg(size.first)));
     }
+    // A dialog of a colleague: the bar that offers to join it, then the chat once joined.
     add("open chat", always, [=] {
         window->resize(1440, 900);
-        const QString chatId = window->conversationList()->visibleChats().value(0);
-        m_controller->onOpenDialog(chatId);
+        window->setChatsPage(Util::CategoryNotMy);
+        m_controller->onOpenDialog(window->conversationList()->visibleChats().value(0));
     });
     add(
         "chat",
-        [=] { return page("stackedWidget_chat") == "page_chatView"; },
         [=] {
+            return page("stackedWidget_chat") == "page_chatView"
+                   && visible("frame_chatWidget_notConnected");
+        },
+        [=] {
+            save(window, QStringLiteral("08-chat-not-joined"));
+            clickIn(window, "pushButton_chatWidget_connect");
+        });
+    add(
+        "chat joined",
+        [=] { return !visible("frame_chatWidget_notConnected"); },
+        [=] {
+            window->findChild<QPlainTextEdit *>("plainTextEdit_chatWidget_input")
+                ->setPlainText(QStringLiteral("Сейчас уточню у склада и вернусь с ответом."));
             save(window, QStringLiteral("08-chat"));
             window->resize(900, 900);
         });
@@ -164,17 +190,69 @@ void ScreenshotTour::start()
         [=] {
             save(window, QStringLiteral("09-chat-width-state-4"));
             window->resize(1440, 900);
-            m_controller->onButtonBackClicked();
         });
-    add("pages", always, [=] {
+    // The chat's two dialogs, each shot once it shows and then closed.
+    for (const auto &dialog : {std::make_pair("pushButton_conversationInfo_crm", "09-send-to-crm"),
+                               std::make_pair("toolButton_chatWidget_payment", "09-payment-link")}) {
+        add(dialog.second, always, [=] {
+            QTimer::singleShot(300, this, [=] {
+                QWidget *modal = QApplication::activeModalWidget();
+                if (modal) {
+                    save(modal, QLatin1String(dialog.second));
+                    modal->close();
+                }
+            });
+            clickIn(window, dialog.first);
+        });
+    }
+    add("back", always, [=] {
+        m_controller->onButtonBackClicked();
+        window->setChatsPage(Util::CategoryMy);
         window->showPage(MainWindow::VisitorsPage);
-        save(window, QStringLiteral("10-visitors-online"));
-        window->showPage(MainWindow::HistoryPage);
-        save(window, QStringLiteral("11-history"));
-        window->showPage(MainWindow::OfflinePage);
-        save(window, QStringLiteral("12-offline-requests"));
-        window->showPage(MainWindow::ChatsPage);
     });
+    add(
+        "visitors",
+        [=] {
+            const auto *table = window->findChild<QTableView *>("tableView_visitorsOnline_list");
+            return table->model() && table->model()->rowCount() > 0;
+        },
+        [=] {
+            save(window, QStringLiteral("10-visitors-online"));
+            window->showPage(MainWindow::HistoryPage);
+            clickIn(window->findChild<QWidget *>("page_history"), "pushButton_historyPeriod_month");
+        });
+    const auto loaded = [=](const char *pageName, const char *loading, const char *table) {
+        QWidget *host = window->findChild<QWidget *>(pageName);
+        return !host->findChild<QWidget *>(loading)->isVisible()
+               && host->findChild<QTableWidget *>(table)->rowCount() > 0;
+    };
+    add(
+        "history",
+        [=] {
+            return loaded("page_history",
+                          "label_chatHistory_loading",
+                          "tableWidget_chatHistory_list");
+        },
+        [=] { window->findChild<QTableWidget *>("tableWidget_chatHistory_list")->selectRow(0); });
+    add(
+        "history dialog",
+        [=] { return !window->findChild<ChatHistoryMessagesWidget *>()->messagesText().isEmpty(); },
+        [=] {
+            save(window, QStringLiteral("11-history"));
+            window->showPage(MainWindow::OfflinePage);
+            clickIn(window->findChild<QWidget *>("page_offline"), "pushButton_historyPeriod_month");
+        });
+    add(
+        "offline requests",
+        [=] {
+            return loaded("page_offline",
+                          "label_offlineMessages_loading",
+                          "tableWidget_offlineMessages_list");
+        },
+        [=] {
+            save(window, QStringLiteral("12-offline-requests"));
+            window->showPage(MainWindow::ChatsPage);
+        });
     add("settings", always, [=] {
         auto *dialog = new SettingsDialog(window);
         dialog->setAttribute(Qt::WA_DeleteOnClose);

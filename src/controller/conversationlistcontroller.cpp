@@ -26,6 +26,11 @@ ConversationListController::ConversationListController(QObject *parent)
 {
     connect(m_chats, &ChatsRepository::initialized, this, &ConversationListController::initDialogs);
     connect(m_users, &UsersRepository::initialized, this, &ConversationListController::initDialogs);
+    // The three snapshots come over separate streams in any order; the keys decide "mine".
+    connect(m_users,
+            &UsersRepository::userKeysChanged,
+            this,
+            &ConversationListController::initDialogs);
 }
 
 void ConversationListController::installView(ConversationListView *view)

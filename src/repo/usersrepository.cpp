@@ -242,6 +242,7 @@ void UsersRepository::setUserKeys(const QHash<qint64, QStringList> &userKeys)
     for (auto it = userKeys.begin(); it != userKeys.end(); ++it)
         m_userKeySets.insert(it.key(), QSet<QString>(it.value().begin(), it.value().end()));
     noteEverythingChanged();
+    emit userKeysChanged();
 }
 
 QHash<qint64, QStringList> UsersRepository::getUserKeys() const

@@ -70,6 +70,8 @@ signals:
     void usersOnlineChanged(QList<FirebaseUser> users);
     void checkReauth(const QString &userKey);
     void initialized();
+    // The widgets' operator keys came or changed: every chat's category may have changed.
+    void userKeysChanged();
 
 private:
     explicit UsersRepository(QObject *parent);

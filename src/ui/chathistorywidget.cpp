@@ -40,8 +40,8 @@ ChatHistoryWidget::ChatHistoryWidget(QWidget *parent)
         QIcon(QStringLiteral(":/resources/images/icons/chevron-left-text.svg")));
     m_ui->pushButton_chatHistory_next->setIcon(
         QIcon(QStringLiteral(":/resources/images/icons/chevron-right-text.svg")));
-    m_ui->splitter_chatHistory->setStretchFactor(0, 3);
-    m_ui->splitter_chatHistory->setStretchFactor(1, 2);
+    m_ui->splitter_chatHistory->setStretchFactor(0, 2);
+    m_ui->splitter_chatHistory->setStretchFactor(1, 1);
 
     m_ui->comboBox_chatHistory_widget->addItem(tr("Все виджеты"), qint64(0));
     m_ui->comboBox_chatHistory_operator->addItem(tr("Все операторы"), qint64(0));
@@ -78,7 +78,7 @@ ChatHistoryWidget::ChatHistoryWidget(QWidget *parent)
     header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     header->setSectionResizeMode(QHeaderView::Interactive);
     header->setSectionResizeMode(OperatorsColumn, QHeaderView::Stretch);
-    const int widths[] = {170, 170, 0, 140, 110, 100};
+    const int widths[] = {150, 140, 0, 130, 120, 100};
     for (int column = 0; column < 6; ++column) {
         if (widths[column] > 0)
             header->resizeSection(column, widths[column]);
@@ -130,7 +130,7 @@ void ChatHistoryWidget::showEvent(QShowEvent *event)
     if (!m_requested) {
         m_requested = true;
         const int width = m_ui->splitter_chatHistory->width();
-        m_ui->splitter_chatHistory->setSizes({width * 3 / 5, width * 2 / 5});
+        m_ui->splitter_chatHistory->setSizes({width * 2 / 3, width / 3});
         emitFilter();
     }
 }

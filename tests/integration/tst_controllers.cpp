@@ -27,6 +27,7 @@
 #include "network/firebaseclient.h"
 #include "repo/authsession.h"
 #include "repo/chatsrepository.h"
+#include "repo/usersrepository.h"
 #include "repo/visitorsrepository.h"
 #include "util/util.h"
 
@@ -322,6 +323,16 @@ private slots:
         QCOMPARE(view.ids, listed(1));
         list.setMissed();
         QCOMPARE(view.ids, listed(2));
+
+        // The widgets' keys may be the last snapshot to come: the list fills when they do.
+        UsersRepository *users = UsersRepository::getInstance();
+        const auto keys = users->getUserKeys();
+        users->setUserKeys({});
+        list.setMy();
+        QVERIFY(view.ids.isEmpty());
+        users->setUserKeys(keys);
+        QVERIFY(!view.ids.isEmpty());
+        QCOMPARE(view.ids, listed(0));
     }
 
     void openChats()
