@@ -111,6 +111,19 @@ bool LocalService::start(QString *error)
         m_server->setTlsConfiguration(m_certificates->serverConfiguration());
     }
 
+    // Listening first, so that the demo data's links name the port really taken (also for
+    // port 0); no request is served before this function returns to the event loop.
+    m_server->setConnectionSettings(m_options.http);
+    m_server->setFaultInjector(m_faults);
+    installRoutes();
+    if (!m_server->listen(m_address, m_options.port)) {
+        *error = QStringLiteral("cannot listen on %1:%2: %3")
+                     .arg(m_options.host)
+                     .arg(m_options.port)
+                     .arg(m_server->errorString());
+        return false;
+    }
+
     m_snapshots = new SnapshotStore(m_database,
                                     QDir(m_options.dataDirectory)
                                         .absoluteFilePath(QStringLiteral("database.json")),
@@ -121,12 +134,8 @@ bool LocalService::start(QString *error)
     const auto seed = [this]() -> QJsonValue {
         if (!m_options.seed.isNull() || !m_options.demo)
             return m_options.seed;
-        // Links of the demo data point at this service as the options name it.
-        const QString base = QStringLiteral("%1://%2:%3")
-                                 .arg(m_options.plain ? QStringLiteral("http")
-                                                      : QStringLiteral("https"),
-                                      m_options.host)
-                                 .arg(m_options.port);
+        // Links of the demo data point at this service as clients reach it.
+        const QString base = baseUrl();
         QJsonObject demo = DemoSeed::build(base, m_clock.nowMs());
         if (m_options.largeProfile)
             LargeProfile::addTo(&demo, base, m_clock.nowMs());
@@ -143,16 +152,6 @@ bool LocalService::start(QString *error)
             m_database->replaceRoot(seed());
     }
 
-    m_server->setConnectionSettings(m_options.http);
-    m_server->setFaultInjector(m_faults);
-    installRoutes();
-    if (!m_server->listen(m_address, m_options.port)) {
-        *error = QStringLiteral("cannot listen on %1:%2: %3")
-                     .arg(m_options.host)
-                     .arg(m_options.port)
-                     .arg(m_server->errorString());
-        return false;
-    }
     m_realtime->setFallbackHost(hostAndPort());
     if (m_options.visitorsPerMinute > 0 || m_options.eventsPerSecond > 0) {
         m_simulator = std::make_unique<VisitorSimulator>(m_chatApi.get(),

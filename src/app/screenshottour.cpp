@@ -4,9 +4,12 @@
 #include "app/notificationbuilder.h"
 #include "repo/chatsrepository.h"
 #include "ui/chathistorymessageswidget.h"
+#include "ui/chatmessagemodel.h"
+#include "ui/chatwidget.h"
 #include "ui/conversationlistmodel.h"
 #include "ui/conversationlistwidget.h"
 #include "ui/franchiseitemwidget.h"
+#include "ui/imageviewer.h"
 #include "ui/mainwindow.h"
 #include "ui/notificationwindow.h"
 #include "ui/settingsdialog.h"
@@ -19,6 +22,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPixmap>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStackedWidget>
@@ -184,6 +188,30 @@ void ScreenshotTour::start()
             save(window, QStringLiteral("08-chat"));
             window->resize(900, 900);
         });
+    add("quick answers", always, [=] { clickIn(window, "toolButton_chatWidget_quickAnswers"); });
+    add(
+        "quick answers shown",
+        [=] { return visible("widget_chatWidget_quickAnswers"); },
+        [=] {
+            save(window, QStringLiteral("08-quick-answers"));
+            clickIn(window, "toolButton_chatWidget_quickAnswers");
+            const QStringList images = window->findChild<ChatWidget *>()->messageModel()->imageUrls();
+            auto *viewer = new ImageViewer(window);
+            viewer->setAttribute(Qt::WA_DeleteOnClose);
+            viewer->resize(900, 700);
+            viewer->showImages(images, images.value(0));
+        });
+    add(
+        "image viewer",
+        [=] {
+            const auto *picture = window->findChild<QLabel *>("label_imageViewer_picture");
+            return picture && !picture->pixmap(Qt::ReturnByValue).isNull();
+        },
+        [=] {
+            auto *viewer = window->findChild<ImageViewer *>();
+            save(viewer, QStringLiteral("08-image-viewer"));
+            viewer->close();
+        });
     add(
         "chat narrow",
         [=] { return window->sizeState() == 4; },
@@ -198,6 +226,7 @@ void ScreenshotTour::start()
             QTimer::singleShot(300, this, [=] {
                 QWidget *modal = QApplication::activeModalWidget();
                 if (modal) {
+                    save(window, QLatin1String(dialog.second) + QStringLiteral("-blackout"));
                     save(modal, QLatin1String(dialog.second));
                     modal->close();
                 }
@@ -293,6 +322,25 @@ void ScreenshotTour::start()
                                                      QString());
         save(chat, QStringLiteral("17-notice-chat"));
         save(reminder, QStringLiteral("18-notice-reminder"));
+        // The stack as the screen shows it: each notice drawn where it was placed.
+        NotificationWindow *second
+            = NotificationBuilder::buildChatNotification(QString(),
+                                                         QStringLiteral("Николай"),
+                                                         QStringLiteral("А есть View 27C в белом?"),
+                                                         QString(),
+                                                         QString(),
+                                                         60000);
+        QRect area;
+        const QList<QWidget *> stack{chat, second, reminder};
+        for (QWidget *notice : stack)
+            area |= notice->geometry();
+        QPixmap picture(area.size());
+        picture.fill(QColor(0x40, 0x44, 0x5a));
+        for (QWidget *notice : stack)
+            notice->render(&picture, notice->geometry().topLeft() - area.topLeft());
+        const QString path = m_directory.filePath(QStringLiteral("19-notices-stack.png"));
+        if (picture.save(path))
+            qDebug().noquote() << "TOUR SAVED" << path;
     });
     m_poll.start();
 }

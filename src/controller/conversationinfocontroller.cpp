@@ -139,13 +139,7 @@ void ConversationInfoController::onSendToCrm()
     if (!m_prompts)
         return;
     auto *panel = dynamic_cast<QWidget *>(m_view);
-    QWidget *window = panel ? panel->window() : nullptr;
-    // The window darkens behind the modal dialog.
-    if (window)
-        window->setProperty("blackout", true);
     const bool accepted = m_prompts->editCrmContact(panel, &contact);
-    if (window)
-        window->setProperty("blackout", false);
     if (accepted)
         m_network->sendToCrm(m_chatId, contact.name, contact.email, contact.phone, contact.comment);
 }

@@ -572,9 +572,7 @@ void MainWindow::onLogout()
 void MainWindow::openSettings()
 {
     SettingsDialog dialog(this);
-    setBlackout(true);
     dialog.exec();
-    setBlackout(false);
 }
 
 bool MainWindow::event(QEvent *event)
@@ -588,6 +586,24 @@ bool MainWindow::event(QEvent *event)
 
 bool MainWindow::eventFilter(QObject *watched, QEvent *event)
 {
+    // Any modal dialog over this window (settings, CRM, payment link, questions) darkens it.
+    if (event->type() == QEvent::Show || event->type() == QEvent::Hide) {
+        auto *widget = qobject_cast<QWidget *>(watched);
+        if (widget && widget != this && widget->isWindow() && widget->isModal()
+            && widget->parentWidget() && widget->parentWidget()->window() == this) {
+            if (event->type() == QEvent::Show && !m_modals.contains(widget)) {
+                m_modals.insert(widget);
+                connect(widget, &QObject::destroyed, this, [this, widget] {
+                    m_modals.remove(widget);
+                    setBlackout(!m_modals.isEmpty());
+                });
+            } else if (event->type() == QEvent::Hide) {
+                m_modals.remove(widget);
+                disconnect(widget, &QObject::destroyed, this, nullptr);
+            }
+            setBlackout(!m_modals.isEmpty());
+        }
+    }
     // Every change to the active state counts: on macOS that is also a click on the dock icon.
     if (watched == qApp && event->type() == QEvent::ApplicationStateChange
         && static_cast<QApplicationStateChangeEvent *>(event)->applicationState()

@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QList>
 #include <QMainWindow>
+#include <QSet>
 
 #include <memory>
 
@@ -141,6 +142,8 @@ private:
     bool m_closing = false;
     bool m_menuExpanded = true;
     bool m_blackout = false;
+    // The modal windows open over this one; the window darkens while there is any.
+    QSet<QObject *> m_modals;
     // The chat page rather than the list, where only one of them fits.
     bool m_chatPageShown = false;
     int m_sizeState = 0;

@@ -1,6 +1,8 @@
 #include "ui/notificationwindow.h"
 #include "ui_notificationwindow.h"
 
+#include "util/emojiparser.h"
+
 #include <QApplication>
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -62,7 +64,9 @@ NotificationWindow::NotificationWindow(const QString &chatId,
     setFixedSize(kWidth, heightForText(text));
 
     autoPos();
-    m_ui->textEdit_notificationWindow_message->setPlainText(text);
+    // Emoji as the console's pictures: the system font may have none of them.
+    m_ui->textEdit_notificationWindow_message->setHtml(EmojiParser::replace(
+        text.toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br/>"))));
     m_ui->label_notificationWindow_title->setText(title);
     // Presses on the message go to the frame, so the whole notice is clickable.
     m_ui->textEdit_notificationWindow_message->setAttribute(Qt::WA_TransparentForMouseEvents);

@@ -59,15 +59,20 @@ try {
   }
   console.log('ok 1 - the visitor\'s message is in the database');
 
+  // The demo data's links lead to this service at the port it took, and are served.
+  const { photo } = await call('GET', db(`users/${OLGA}`));
+  if (!photo.startsWith(`${base}/`) || !(await fetch(photo)).ok) throw new Error(`unreachable photo: ${photo}`);
+  console.log('ok 2 - the demo data links to this service');
+
   await call('PUT', db(`chats/${visitor.chat}/userText/${OLGA}`), 'Да, есть');
   await page.locator('#typing', { hasText: 'печатает: Да, есть' }).waitFor(WAIT);
-  console.log('ok 2 - the operator\'s typing shows');
+  console.log('ok 3 - the operator\'s typing shows');
   await call('DELETE', db(`chats/${visitor.chat}/userText/${OLGA}`));
   await call('POST', db(`chat-messages/${visitor.chat}`),
     { sender: OLGA, sentAt: { '.sv': 'timestamp' }, status: 'sent', type: 'text', text: 'Да, есть три модели.' });
   await page.locator('.message.theirs', { hasText: 'три модели' }).waitFor(WAIT);
   await page.locator('#typing').waitFor({ state: 'hidden', ...WAIT });
-  console.log('ok 3 - the operator\'s reply shows');
+  console.log('ok 4 - the operator\'s reply shows');
   if (screenshot) await page.screenshot({ path: screenshot });
 } finally {
   await browser?.close();

@@ -13,6 +13,7 @@
 #include "ui/openchatsstrip.h"
 #include "util/jsonparser.h"
 
+#include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -96,6 +97,30 @@ private slots:
         QCOMPARE(online.first().first().toBool(), false);
         QVERIFY(!window.isVisible());
         QApplication::setQuitOnLastWindowClosed(false);
+    }
+
+    void modalDialogsDarkenTheWindow()
+    {
+        MainWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        auto *inner = new QWidget(&window);
+        auto *first = new QDialog(inner);
+        first->open();
+        QVERIFY(window.blackout());
+        // A second dialog over the first: the window stays dark until both are gone.
+        auto *second = new QDialog(first);
+        second->open();
+        second->close();
+        QVERIFY(window.blackout());
+        delete first; // deleted while open, with the one it opened
+        QVERIFY(!window.blackout());
+        // Other windows' dialogs and modeless ones leave it alone.
+        QDialog modeless(&window);
+        modeless.show();
+        QDialog elsewhere;
+        elsewhere.open();
+        QVERIFY(!window.blackout());
     }
 
     void widthStates_data()

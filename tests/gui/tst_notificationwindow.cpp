@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
+#include <QTextEdit>
 #include <QtTest>
 
 namespace {
@@ -63,6 +64,14 @@ private slots:
         QCOMPARE(NotificationWindow::heightForText(text), height);
         NotificationWindow window(QString(), QStringLiteral("Заголовок"), text, QString(), kHour);
         QCOMPARE(window.size(), QSize(260, height));
+    }
+
+    void visitorTextStaysTextWithEmojiPictures()
+    {
+        NotificationWindow window(QString(), "Т", "<b>ок</b>\nдоставка 🚚", QString(), kHour);
+        const auto *message = window.findChild<QTextEdit *>("textEdit_notificationWindow_message");
+        QVERIFY(message->toPlainText().startsWith("<b>ок</b>\nдоставка "));
+        QVERIFY(message->toHtml().contains("emoji_1f69a"));
     }
 
     void placement_data()

@@ -18,7 +18,11 @@
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QProcess>
+#include <QPushButton>
 #include <QStackedWidget>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -106,6 +110,55 @@ private slots:
         QVERIFY(waitUntil([&] { return m_notices->size() == 1; }, 20000));
         QCOMPARE(m_notices->first().value(1).toString(), "Диалог был завершен");
         QVERIFY(m_controller.openChatsController()->currentChat().isEmpty());
+    }
+
+    void browserVisitorConversation()
+    {
+        // A visitor writes from the visitor page in Chromium; the operator joins from the chat
+        // view and answers with its input; the visitor sees the answer.
+        const QString node = QStandardPaths::findExecutable("node");
+        const QString chromium = qEnvironmentVariable("CHROMIUM",
+                                                      QStandardPaths::findExecutable("chromium"));
+        const QString script = TALLYRA_SOURCE_DIR "/tests/browser/visitor-conversation.mjs";
+        if (node.isEmpty() || chromium.isEmpty()
+            || !QFileInfo::exists(TALLYRA_SOURCE_DIR "/tests/sdk/node_modules/playwright-core"))
+            QSKIP("Node.js, Chromium or tests/sdk/node_modules is missing");
+        const QString question = "Здравствуйте! Сколько стоит доставка в Тверь?";
+        const QString answer
+            = "Доставка в Тверь — 390 ₽, завтра после обеда.";
+        QProcess visitor;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("CHROMIUM", chromium);
+        visitor.setProcessEnvironment(environment);
+        visitor.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        QByteArray said;
+        connect(&visitor, &QProcess::readyReadStandardOutput, [&] { said += visitor.readAll(); });
+        visitor.start(node,
+                      {script,
+                       m_demo.local.baseUrl(),
+                       m_demo.local.dataDirectory() + "/server.pem",
+                       question,
+                       answer});
+        QVERIFY(
+            waitUntil([&] { return said.contains('\n') || visitor.state() == QProcess::NotRunning; },
+                      90000));
+        const QString chatId = QString::fromUtf8(said).section('\n', 0, 0).section(' ', 1);
+        QVERIFY2(said.startsWith("SENT "), said.constData());
+        QVERIFY(
+            waitUntil([&] { return ChatsRepository::getInstance()->chatExists(chatId); }, 20000));
+
+        m_controller.onOpenDialog(chatId);
+        auto *join = m_window->findChild<QPushButton *>("pushButton_chatWidget_connect");
+        QVERIFY(waitUntil([&] { return join->isVisible(); }, 20000));
+        join->click();
+        auto *input = m_window->findChild<QPlainTextEdit *>("plainTextEdit_chatWidget_input");
+        QVERIFY(waitUntil([&] { return !join->isVisible() && input->isEnabled(); }, 20000));
+        input->setPlainText(answer);
+        m_window->findChild<QPushButton *>("pushButton_chatWidget_send")->click();
+        QVERIFY(waitUntil([&] { return visitor.state() == QProcess::NotRunning; }, 90000));
+        QVERIFY2(said.contains("ANSWER SEEN"), said.constData());
+        QCOMPARE(visitor.exitCode(), 0);
+        m_controller.onButtonBackClicked();
     }
 
     void forcedSignOuts()
