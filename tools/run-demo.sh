@@ -4,7 +4,8 @@
 # console runs inside a virtual X server (Xvfb); pass --screenshot FILE to save a picture of the
 # screen after a few seconds and stop. --reset seeds the demo account afresh; other options go to
 # tallyra-local (for example --visitors 20 or --profile large).
-# Sign in as operator@demo.tallyra.local (or manager@demo.tallyra.local), password demo12345.
+# The console opens signed in as operator@demo.tallyra.local; sign out to try
+# manager@demo.tallyra.local (two services). The password of both is demo12345.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tools/setup-deps.sh
@@ -45,6 +46,16 @@ set -a
 # shellcheck disable=SC1091
 . "$data/env"
 set +a
+
+# The console keeps its settings for the demo apart from the user's own, and the first time
+# remembers the demo operator, so that it opens signed in; signing out and in as someone else
+# is remembered as usual.
+export XDG_CONFIG_HOME="$data/console"
+if [ ! -f "$XDG_CONFIG_HOME/tallyra/chat.conf" ]; then
+    mkdir -p "$XDG_CONFIG_HOME/tallyra"
+    printf '[General]\nlogin=operator@demo.tallyra.local\npassword=demo12345\nsaveCreds=true\n' \
+        >"$XDG_CONFIG_HOME/tallyra/chat.conf"
+fi
 
 if [ -n "$screenshot" ]; then
     tools/screenshot.sh "$screenshot" build/src/tallyra
