@@ -90,22 +90,12 @@ int main(int argc, char **argv)
     QCoreApplication app(argc, argv);
     QTextStream out(stdout);
     qInstallMessageHandler(quiet);
-    const Profile *profile = &Profiles[1];
-    int rounds = 15;
-    int changes = 2000;
-    const QStringList args = app.arguments();
-    for (int i = 1; i < args.size(); ++i) {
-        if (args[i] == QLatin1String("--rounds") && i + 1 < args.size())
-            rounds = qMax(3, args[++i].toInt());
-        else if (args[i] == QLatin1String("--changes") && i + 1 < args.size())
-            changes = qMax(100, args[++i].toInt());
-        else if (args[i] == QLatin1String("small"))
-            profile = &Profiles[0];
-        else if (args[i] != QLatin1String("large")) {
-            out << "usage: bench_controllers [small|large] [--rounds N] [--changes N]\n";
-            return 2;
-        }
-    }
+    ListBenchOptions options{1, 15, 2000};
+    if (!parseListBenchOptions(app.arguments(), "bench_controllers", &options, out))
+        return 2;
+    const Profile *profile = &Profiles[options.profile];
+    const int rounds = options.rounds;
+    const int changes = options.changes;
 
     SnapshotGenerator generator(*profile);
     const FirebaseReply usersEvent = initEvent(generator.users());

@@ -14,6 +14,8 @@
 #include <QJsonObject>
 #include <QList>
 #include <QString>
+#include <QStringList>
+#include <QTextStream>
 
 #include <algorithm>
 #include <ctime>
@@ -133,4 +135,33 @@ inline Mapped map(const FirebaseReply &users,
     }
     mapped.visitors = JsonParser::fromFirebaseReply(visitors);
     return mapped;
+}
+
+// The options the list benchmarks share: "[small|large] [--rounds N] [--changes N]". False, with
+// the usage printed, on anything else.
+struct ListBenchOptions
+{
+    int profile = 1; // index into Profiles: the large one
+    int rounds = 15;
+    int changes;
+};
+
+inline bool parseListBenchOptions(const QStringList &args,
+                                  const char *name,
+                                  ListBenchOptions *options,
+                                  QTextStream &out)
+{
+    for (int i = 1; i < args.size(); ++i) {
+        if (args[i] == QLatin1String("--rounds") && i + 1 < args.size())
+            options->rounds = qMax(3, args[++i].toInt());
+        else if (args[i] == QLatin1String("--changes") && i + 1 < args.size())
+            options->changes = qMax(100, args[++i].toInt());
+        else if (args[i] == QLatin1String("small"))
+            options->profile = 0;
+        else if (args[i] != QLatin1String("large")) {
+            out << "usage: " << name << " [small|large] [--rounds N] [--changes N]\n";
+            return false;
+        }
+    }
+    return true;
 }
