@@ -8,6 +8,7 @@
 #include "ui/chatwidget.h"
 #include "ui/conversationlistmodel.h"
 #include "ui/conversationlistwidget.h"
+#include "ui/emojipicker.h"
 #include "ui/franchiseitemwidget.h"
 #include "ui/imageviewer.h"
 #include "ui/mainwindow.h"
@@ -26,8 +27,10 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStackedWidget>
+
 #include <QTableView>
 #include <QTableWidget>
+#include <memory>
 
 namespace {
 
@@ -164,8 +167,11 @@ void ScreenshotTour::start()
             shot(QStringLiteral("07-width-state-%1-%2px").arg(size.second).arg(size.first)));
     }
     // A dialog of a colleague: the bar that offers to join it, then the chat once joined.
+    // The operator's own first chat (the demo's blocked spammer), for its bar later on.
+    const auto ownChat = std::make_shared<QString>();
     add("open chat", always, [=] {
         window->resize(1440, 900);
+        *ownChat = window->conversationList()->visibleChats().value(0);
         window->setChatsPage(Util::CategoryNotMy);
         m_controller->onOpenDialog(window->conversationList()->visibleChats().value(0));
     });
@@ -211,6 +217,18 @@ void ScreenshotTour::start()
             auto *viewer = window->findChild<ImageViewer *>();
             save(viewer, QStringLiteral("08-image-viewer"));
             viewer->close();
+            clickIn(window, "toolButton_chatWidget_emoji");
+        });
+    add(
+        "emoji picker",
+        [=] {
+            const auto *picker = window->findChild<EmojiPicker *>();
+            return picker && picker->isVisible();
+        },
+        [=] {
+            auto *picker = window->findChild<EmojiPicker *>();
+            save(picker, QStringLiteral("08-emoji-picker"));
+            picker->hide();
         });
     add(
         "chat narrow",
@@ -222,18 +240,43 @@ void ScreenshotTour::start()
     // The chat's two dialogs, each shot once it shows and then closed.
     for (const auto &dialog : {std::make_pair("pushButton_conversationInfo_crm", "09-send-to-crm"),
                                std::make_pair("toolButton_chatWidget_payment", "09-payment-link")}) {
-        add(dialog.second, always, [=] {
-            QTimer::singleShot(300, this, [=] {
-                QWidget *modal = QApplication::activeModalWidget();
-                if (modal) {
-                    save(window, QLatin1String(dialog.second) + QStringLiteral("-blackout"));
-                    save(modal, QLatin1String(dialog.second));
-                    modal->close();
-                }
-            });
-            clickIn(window, dialog.first);
+        const QString name = QLatin1String(dialog.second);
+        // Clicked from a timer of its own: a dialog's exec() inside the poll's own timeout would
+        // hold the poll, which Qt does not fire again while its handler runs.
+        add(name, always, [=] {
+            QTimer::singleShot(0, window, [=] { clickIn(window, dialog.first); });
         });
+        add(
+            name + QStringLiteral(" shown"),
+            [] { return QApplication::activeModalWidget() != nullptr; },
+            [=] {
+                QWidget *modal = QApplication::activeModalWidget();
+                save(window, name + QStringLiteral("-blackout"));
+                save(modal, name);
+                modal->close();
+            });
+        add(
+            name + QStringLiteral(" closed"),
+            [] { return !QApplication::activeModalWidget(); },
+            [] {});
     }
+    // A colleague's chat whose visitor is typing, then the operator's chat with a blocked visitor.
+    add("typing chat", always, [=] {
+        window->setChatsPage(Util::CategoryNotMy);
+        m_controller->onOpenDialog(window->conversationList()->visibleChats().value(0));
+    });
+    add(
+        "typing shown",
+        [=] { return visible("label_chatWidget_typing"); },
+        [=] {
+            save(window, QStringLiteral("08-chat-typing"));
+            window->setChatsPage(Util::CategoryMy);
+            m_controller->onOpenDialog(*ownChat);
+        });
+    add(
+        "blocked shown",
+        [=] { return visible("frame_chatWidget_blocked"); },
+        shot(QStringLiteral("08-chat-blocked")));
     add("back", always, [=] {
         m_controller->onButtonBackClicked();
         window->setChatsPage(Util::CategoryMy);
