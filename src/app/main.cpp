@@ -6,6 +6,7 @@
 #include "app/runguard.h"
 #include "app/screenshottour.h"
 #include "app/sparkleautoupdater.h"
+#include "app/startupreport.h"
 #include "network/firebasereply.h"
 #include "util/util.h"
 
@@ -44,6 +45,7 @@ bool knockOnRunningInstance(const QString &key, int timeoutMs)
 
 int main(int argc, char *argv[])
 {
+    StartupReport::startClock();
     const QString key = QStringLiteral("tallyra_onlinechat_2e2b303d-cd6a-45d7-a645-a5640bac0cf5");
     RunGuard guard(key);
     if (!guard.tryToRun()) {
@@ -102,6 +104,8 @@ int main(int argc, char *argv[])
 
     AppController controller;
     controller.Init();
+    if (StartupReport::requested())
+        new StartupReport(controller.mainWindow(), &controller);
 
     // The screenshot tour, when asked for: it walks the console and quits.
     const QString tourDirectory = qEnvironmentVariable("TALLYRA_TOUR");
