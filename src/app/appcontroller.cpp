@@ -631,6 +631,11 @@ void AppController::updateWindowIcon()
 {
     // Without a dock the window and tray icons carry the badge.
     const int unread = m_chatsRepository->getUnreadMessagesCount();
+    // Every listed chat's change asks again, thousands at a sign-in, and each badge decodes
+    // the icon's PNG: draw only a new count.
+    if (unread == m_iconCount)
+        return;
+    m_iconCount = unread;
     const QIcon icon(QPixmap::fromImage(Util::getWindowIcon(unread)));
     m_mainWindow->setWindowIcon(icon);
     m_mainWindow->trayIcon()->setIcon(icon);

@@ -129,6 +129,8 @@ private:
     QString m_login;
     QString m_password;
     int m_franchiseId = -1;
+    // The unread count the window and tray icons show; -1 before the first badge.
+    int m_iconCount = -1;
     bool m_rememberMe = false;
     bool m_franchiseRequestPending = false;
     QTimer m_unreadTimer;
