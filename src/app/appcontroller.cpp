@@ -232,15 +232,21 @@ void AppController::Init()
     installChatView(chatView);
     installConversationInfoView(infoView);
     window->setChatWidgets(chatView, infoView);
-    auto *visitorsPage = new VisitorsOnlineWidget;
-    installVisitorsOnlineView(visitorsPage);
-    window->setPageWidget(MainWindow::VisitorsPage, visitorsPage);
-    auto *historyPage = new ChatHistoryWidget;
-    installChatHistoryViews(historyPage, historyPage->messagesWidget());
-    window->setPageWidget(MainWindow::HistoryPage, historyPage);
-    auto *offlinePage = new OfflineMessagesWidget;
-    installOfflineMessagesView(offlinePage);
-    window->setPageWidget(MainWindow::OfflinePage, offlinePage);
+    window->setPageFactory(MainWindow::VisitorsPage, [this] {
+        auto *page = new VisitorsOnlineWidget;
+        installVisitorsOnlineView(page);
+        return page;
+    });
+    window->setPageFactory(MainWindow::HistoryPage, [this] {
+        auto *page = new ChatHistoryWidget;
+        installChatHistoryViews(page, page->messagesWidget());
+        return page;
+    });
+    window->setPageFactory(MainWindow::OfflinePage, [this] {
+        auto *page = new OfflineMessagesWidget;
+        installOfflineMessagesView(page);
+        return page;
+    });
     m_prompts = std::make_unique<MessageBoxPrompts>();
     setPrompts(m_prompts.get());
 

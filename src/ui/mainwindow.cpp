@@ -10,6 +10,7 @@
 #include "ui/franchiseitemwidget.h"
 #include "ui/openchatsstrip.h"
 #include "ui/settingsdialog.h"
+#include "util/util.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -64,7 +65,7 @@ MainWindow::MainWindow(QWidget *parent)
     , m_statusGroup(new QActionGroup(this))
 {
     m_ui->setupUi(this);
-    const QIcon appIcon(QStringLiteral(":/resources/images/icon.png"));
+    const QIcon appIcon(QPixmap::fromImage(Util::appIcon()));
     setWindowIcon(appIcon);
     m_ui->verticalLayout_conversationListHost->addWidget(m_conversationList);
     m_ui->horizontalLayout_openChatsHorizontalHost->addWidget(m_openChatsHorizontal);
@@ -91,8 +92,7 @@ MainWindow::~MainWindow()
 
 void MainWindow::setUpSignIn()
 {
-    m_ui->label_login_logo->setPixmap(
-        QIcon(QStringLiteral(":/resources/images/icon.png")).pixmap(56, 56));
+    m_ui->label_login_logo->setPixmap(QIcon(QPixmap::fromImage(Util::appIcon())).pixmap(56, 56));
     m_ui->label_login_error->hide();
     m_ui->lineEdit_login->setPlaceholderText(tr("you@company.ru"));
     // The eye shows and hides the password.
@@ -116,8 +116,7 @@ void MainWindow::setUpSignIn()
 
 void MainWindow::setUpMenu()
 {
-    m_ui->label_sideMenu_logo->setPixmap(
-        QIcon(QStringLiteral(":/resources/images/icon.png")).pixmap(32, 32));
+    m_ui->label_sideMenu_logo->setPixmap(QIcon(QPixmap::fromImage(Util::appIcon())).pixmap(32, 32));
     const struct
     {
         QPushButton *button;
@@ -223,7 +222,7 @@ void MainWindow::setUpMenu()
 
 void MainWindow::setUpTray()
 {
-    m_tray->setIcon(QIcon(QStringLiteral(":/resources/images/icon.png")));
+    m_tray->setIcon(windowIcon());
     m_tray->setToolTip(windowTitle());
     m_trayMenu->setWindowFlags(m_trayMenu->windowFlags() | Qt::FramelessWindowHint);
     m_trayMenu->setAttribute(Qt::WA_TranslucentBackground);
@@ -466,14 +465,9 @@ void MainWindow::setChatWidgets(QWidget *chat, QWidget *info)
         m_ui->horizontalLayout_chatViewHost->addWidget(info);
 }
 
-void MainWindow::setPageWidget(Page page, QWidget *widget)
+void MainWindow::setPageFactory(Page page, std::function<QWidget *()> factory)
 {
-    QVBoxLayout *hosts[] = {nullptr,
-                            m_ui->verticalLayout_visitorsHost,
-                            m_ui->verticalLayout_historyHost,
-                            m_ui->verticalLayout_offlineHost};
-    if (page != ChatsPage)
-        hosts[page]->addWidget(widget);
+    m_pageFactories[page] = std::move(factory);
 }
 
 void MainWindow::showPage(Page page)
@@ -486,6 +480,15 @@ void MainWindow::showPage(Page page)
                             m_ui->menuItem_usersOnline,
                             m_ui->menuItem_dialogsHistory,
                             m_ui->menuItem_offlineRequests};
+    if (m_pageFactories[page]) {
+        QVBoxLayout *hosts[] = {nullptr,
+                                m_ui->verticalLayout_visitorsHost,
+                                m_ui->verticalLayout_historyHost,
+                                m_ui->verticalLayout_offlineHost};
+        if (hosts[page])
+            hosts[page]->addWidget(m_pageFactories[page]());
+        m_pageFactories[page] = nullptr;
+    }
     m_ui->stackedWidget_content->setCurrentWidget(pages[page]);
     items[page]->setChecked(true);
 }

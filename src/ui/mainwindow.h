@@ -10,6 +10,8 @@
 #include <QMainWindow>
 #include <QSet>
 
+#include <functional>
+
 #include <memory>
 
 class BlackoutOverlay;
@@ -70,7 +72,9 @@ public:
     OpenChatsStrip *horizontalOpenChats() const { return m_openChatsHorizontal; }
     OpenChatsStrip *verticalOpenChats() const { return m_openChatsVertical; }
     void setChatWidgets(QWidget *chat, QWidget *info);
-    void setPageWidget(Page page, QWidget *widget);
+    // The page's widget is made the first time the page shows: most sessions never open some of
+    // them, and each costs start-up time.
+    void setPageFactory(Page page, std::function<QWidget *()> factory);
     void showPage(Page page);
     Page currentPage() const;
     // The dialog open in the chat view, highlighted in the list.
@@ -142,6 +146,7 @@ private:
     bool m_closing = false;
     bool m_menuExpanded = true;
     bool m_blackout = false;
+    std::function<QWidget *()> m_pageFactories[4];
     // The modal windows open over this one; the window darkens while there is any.
     QSet<QObject *> m_modals;
     // The chat page rather than the list, where only one of them fits.

@@ -430,9 +430,15 @@ bool Util::isEmptyJsonObject(const QJsonObject &object)
     return object.begin().value().isNull();
 }
 
+QImage Util::appIcon()
+{
+    static const QImage icon(QStringLiteral(":/resources/images/icon-256.png"));
+    return icon;
+}
+
 QImage Util::getWindowIcon(int count)
 {
-    QImage image(QStringLiteral(":/resources/images/icon.png"));
+    QImage image = appIcon();
     if (count <= 0 || image.isNull())
         return image;
     // QPainter cannot paint on every format a PNG may load as.

@@ -88,6 +88,8 @@ public:
     static bool isEmptyJsonObject(const QJsonObject &object);
 
     // The application icon; a positive count is painted on it as a red badge.
+    // The application's icon, decoded once: the PNG is large and many places show it.
+    static QImage appIcon();
     static QImage getWindowIcon(int count);
 
     // Takes every item out of the layout, deleting the widgets and nested layouts it held.

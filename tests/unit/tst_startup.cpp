@@ -228,7 +228,7 @@ private slots:
     {
         QFile style(QStringLiteral(":/resources/styles/style.css"));
         QVERIFY(style.open(QIODevice::ReadOnly) && style.size() > 200);
-        const QImage icon(QStringLiteral(":/resources/images/icon.png"));
+        const QImage icon = Util::appIcon();
         QVERIFY(icon.width() >= 256 && icon.height() == icon.width() && icon.hasAlphaChannel());
         // Every sound a widget may name plays from the address the player is given.
         for (int i = 1; i <= 13; ++i) {
