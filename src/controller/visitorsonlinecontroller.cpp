@@ -34,6 +34,8 @@ void VisitorsOnlineController::installView(VisitorsOnlineView *view)
     connectView(object, SIGNAL(unblockUser(QString)), this, SLOT(onUnblockUser(QString)));
     connectView(object, SIGNAL(widgetChanged(int)), this, SLOT(onWidgetChanged(int)));
     connectView(object, SIGNAL(categoryChanged(int)), this, SLOT(onCategoryChanged(int)));
+    // A view made after the snapshot came (the page is made when it first shows) starts full.
+    onVisitorsInitialized();
 }
 
 QList<qint64> VisitorsOnlineController::countedWidgets() const

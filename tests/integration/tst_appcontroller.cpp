@@ -23,6 +23,7 @@
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QStandardPaths>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -56,6 +57,11 @@ private slots:
                 return m_demo.stored("users/" + DemoAccount::operatorKey() + "/online").toBool();
             },
             20000));
+        // A page made only now, long after the snapshots came, starts full.
+        m_window->showPage(MainWindow::VisitorsPage);
+        const auto *visitors = m_window->findChild<QTableView *>("tableView_visitorsOnline_list");
+        QVERIFY(visitors && visitors->model()->rowCount() > 0);
+        m_window->showPage(MainWindow::ChatsPage);
     }
 
     void chatNotices()
