@@ -330,7 +330,17 @@ ChatMessageDelegate::Geometry ChatMessageDelegate::geometry(const QStyleOptionVi
 QSize ChatMessageDelegate::sizeHint(const QStyleOptionViewItem &option,
                                     const QModelIndex &index) const
 {
-    return geometry(option, index).size;
+    const ChatMessageModel *model = chatModel(index);
+    const int width = m_view ? m_view->viewport()->width() : option.rect.width();
+    if (model) {
+        const QSize cached = model->cachedSize(index.row(), width);
+        if (cached.isValid())
+            return cached;
+    }
+    const QSize size = geometry(option, index).size;
+    if (model)
+        model->cacheSize(index.row(), width, size);
+    return size;
 }
 
 QRect ChatMessageDelegate::textRect(const QStyleOptionViewItem &option,

@@ -239,8 +239,10 @@ void ChatMessageModel::addMessage(const FirebaseChatMessage &message)
     reindex();
     endInsertRows();
     // The previous bubble may have become the inside of a group.
-    if (before > 0 && lastJoined && !m_rows.at(before - 1).lastInGroup)
+    if (before > 0 && lastJoined && !m_rows.at(before - 1).lastInGroup) {
+        m_rows[before - 1].sizeWidth = -1;
         emit dataChanged(index(before - 1), index(before - 1));
+    }
 }
 
 void ChatMessageModel::updateMessage(const FirebaseChatMessage &message)
@@ -251,6 +253,7 @@ void ChatMessageModel::updateMessage(const FirebaseChatMessage &message)
     Row &entry = m_rows[row];
     const Row fresh = rowFor(message);
     entry.message = message;
+    entry.sizeWidth = -1;
     if (entry.text != fresh.text || entry.kind != fresh.kind) {
         entry.text = fresh.text;
         entry.kind = fresh.kind;
@@ -443,4 +446,19 @@ QVariant ChatMessageModel::data(const QModelIndex &index, int role) const
     default:
         return QVariant();
     }
+}
+
+QSize ChatMessageModel::cachedSize(int row, int width) const
+{
+    if (row < 0 || row >= m_rows.size() || m_rows.at(row).sizeWidth != width)
+        return QSize();
+    return m_rows.at(row).size;
+}
+
+void ChatMessageModel::cacheSize(int row, int width, const QSize &size) const
+{
+    if (row < 0 || row >= m_rows.size())
+        return;
+    m_rows.at(row).size = size;
+    m_rows.at(row).sizeWidth = width;
 }

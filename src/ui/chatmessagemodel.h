@@ -7,6 +7,7 @@
 #include <QHash>
 #include <QPointer>
 #include <QSharedPointer>
+#include <QSize>
 #include <QVector>
 
 #include <functional>
@@ -85,6 +86,9 @@ public:
     FirebaseChatMessage messageAt(int row) const;
     // The picture URLs of the chat in order, for the image viewer.
     QStringList imageUrls() const;
+    // The size the delegate worked out for a row at a viewport width, or an invalid one.
+    QSize cachedSize(int row, int width) const;
+    void cacheSize(int row, int width, const QSize &size) const;
 
     // The row's rich text laid out for the width; built on first use and kept.
     QTextDocument *document(int row, int width, const QFont &font) const;
@@ -113,6 +117,10 @@ private:
         QPointer<FileUploaderNotifier> upload;
         mutable QSharedPointer<QTextDocument> document;
         mutable int documentWidth = -1;
+        // The delegate's size at sizeWidth: the view asks for every row's size whenever a row
+        // comes, which must not lay out two thousand texts again.
+        mutable QSize size;
+        mutable int sizeWidth = -1;
     };
 
     Row rowFor(const FirebaseChatMessage &message) const;
