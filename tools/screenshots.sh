@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
 # The screenshot tour: starts tallyra-local with a fresh demo account and the console on the
 # offscreen platform, which signs in and saves a PNG of every page and state into OUTDIR.
-# usage: tools/screenshots.sh OUTDIR
+# usage: tools/screenshots.sh OUTDIR [SERVICE OPTIONS...]   (for example --profile large)
 set -euo pipefail
-out="$(realpath -m "${1:?usage: tools/screenshots.sh OUTDIR}")"
+out="$(realpath -m "${1:?usage: tools/screenshots.sh OUTDIR [SERVICE OPTIONS...]}")"
+shift
 cd "$(dirname "$0")/.."
 tools/setup-deps.sh
 tools/build.sh --target tallyra tallyra-local
 work="$(mktemp -d)"
 log="$work/service.log"
-build/local/tallyra-local --listen 127.0.0.1:0 --data "$work/data" --reset --visitors 0 >"$log" 2>&1 &
+build/local/tallyra-local --listen 127.0.0.1:0 --data "$work/data" --reset --visitors 0 "$@" >"$log" 2>&1 &
 service=$!
 trap 'kill "$service" 2>/dev/null || true; wait "$service" 2>/dev/null || true; rm -rf "$work"' EXIT
 for _ in $(seq 100); do

@@ -31,9 +31,15 @@ private:
         // Holds once the step may act; waited for up to the time-out.
         std::function<bool()> ready;
         std::function<void()> act;
+        // What another account may not have (an image, a typing visitor): skipped after a
+        // short wait instead of ending the tour.
+        bool optional = false;
     };
 
-    void add(const QString &name, std::function<bool()> ready, std::function<void()> act);
+    void add(const QString &name,
+             std::function<bool()> ready,
+             std::function<void()> act,
+             bool optional = false);
     void next();
     void save(QWidget *widget, const QString &name);
 

@@ -398,8 +398,14 @@ void MainWindow::setUserInfo(const UserInfo &userInfo)
 
 void MainWindow::setCount(QLabel *label, int count)
 {
-    label->setText(count > 0 ? QString::number(count) : QString());
     const bool inMenu = label == m_chatCount || label == m_visitorCount;
+    // The three categories share the list's width: a big account's counts would push the last
+    // one out of sight, so they stop at "99+" and the exact count is in the tooltip.
+    const bool capped = !inMenu && count > 99;
+    label->setText(count <= 0 ? QString()
+                   : capped   ? QStringLiteral("99+")
+                              : QString::number(count));
+    label->setToolTip(capped ? QString::number(count) : QString());
     label->setVisible(count > 0 && (!inMenu || m_menuExpanded));
     if (inMenu) {
         auto *item = static_cast<QWidget *>(label->parent());

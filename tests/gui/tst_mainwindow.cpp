@@ -225,6 +225,16 @@ private slots:
                           Qt::LeftButton);
         QCOMPARE(clicked.size(), 1);
         QCOMPARE(notMy.size(), 2);
+
+        // A big account's counts stop at "99+" in the categories, not in the side menu.
+        window.setMissedCount(1929);
+        window.setNewCount(1929);
+        const auto *missed = window.findChild<QLabel *>("label_chatsMissed_count");
+        QCOMPARE(missed->text(), "99+");
+        QCOMPARE(missed->toolTip(), "1929");
+        QCOMPARE(window.findChild<QLabel *>("label_pushButton_chatCount")->text(), "1929");
+        window.setMissedCount(99);
+        QCOMPARE(missed->text(), "99");
     }
 
     void rows_data()
