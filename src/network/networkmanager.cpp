@@ -195,9 +195,14 @@ QJsonObject NetworkManager::parseReply(QNetworkReply *reply)
     if (!renewed.isEmpty())
         m_token = kBearer + renewed;
     QByteArray body;
+    // Qt reports 4xx and 5xx as errors but not a redirect or another 1xx/3xx answer, whose body
+    // is no answer to the request either.
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (reply->error() != QNetworkReply::NoError) {
         qDebug() << "parseReplay" << reply->errorString();
         qDebug() << "errorCode" << reply->error();
+    } else if (status != 0 && (status < 200 || status >= 300)) {
+        qDebug() << "parseReplay HTTP" << status;
     } else {
         body = reply->readAll();
     }

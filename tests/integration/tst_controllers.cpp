@@ -543,6 +543,12 @@ private slots:
         // Ending asks first; leaving closes nothing.
         QSignalSpy closed(&info, &ConversationInfoController::chatClosed);
         emit panel.exitChat();
+        QVERIFY(waitUntil(
+            [&] {
+                const QJsonValue operators = m_demo.stored("chats/" + kShopChat + "/operators");
+                return !operators.toVariant().toStringList().contains(DemoAccount::operatorKey());
+            },
+            20000));
         prompts.answer = false;
         emit panel.endChat();
         QCOMPARE(closed.size(), 0);

@@ -241,10 +241,15 @@ private slots:
         QVERIFY(frames.size() > big.size() / 16384);
         for (const QString &frame : frames.mid(1))
             QVERIFY(frame.size() <= 16384 && !frame.back().isHighSurrogate());
-        // Small messages come whole, with no count before them.
+        // Small messages come whole, with no count before them; their sizes cross the frame
+        // header's 125 and 126 byte steps.
         QCOMPARE(rest("PUT", "/big", "'small'"), 200);
         QCOMPARE(listener.nextPushText(), "d 9/big 'small'");
         QVERIFY(listener.frames().last().startsWith('{'));
+        for (int size = 1; size <= 100; ++size) {
+            QCOMPARE(rest("PUT", "/big", "'" + QString(size, 's') + "'"), 200);
+            QCOMPARE(listener.nextPush().value("b")["d"].toString().size(), size);
+        }
 
         // Clients split the same way: a count, then the pieces of one message.
         const QString write = "{'t':'d','d':{'r':100,'a':'p','b':{'p':'" + kAccount + "/big','d':'";

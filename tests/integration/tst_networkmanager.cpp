@@ -13,6 +13,7 @@
 #include "repo/authsession.h"
 #include "repo/usersrepository.h"
 
+#include <QScopeGuard>
 #include <QtTest>
 
 class TestNetworkManager : public QObject
@@ -144,6 +145,8 @@ void TestNetworkManager::signInFailures_data()
     addRow("nothing given", "||0||422|Введите e-mail|0");
     addRow("wrong password", DemoSeed::operatorLogin + "|demo|0||422|Неверный пароль|1");
     addRow("foreign service", op + "|2||403|Нет доступа к выбранному сервису|2");
+    // A redirect is no answer to a sign-in.
+    addRow("redirected", op + "|0|300|0|Ошибка соединения с сервером|2");
     // The right password: only the time-out can turn this into a failure.
     addRow("no answer", op + "|0|silent|0|Ошибка соединения с сервером|2");
     addRow("service stopped", op + "|0|stopped|0|Ошибка соединения с сервером|2");
@@ -158,6 +161,9 @@ void TestNetworkManager::signInFailures()
         m_demo.local.service()->stop();
     if (row[3] == "silent")
         m_demo.local.service()->faults()->setReplyDelay(10 * 60 * 1000);
+    if (row[3].toInt() > 0)
+        m_demo.local.service()->faults()->setPathFailure("/api/auth/login", row[3].toInt());
+    const auto cleared = qScopeGuard([&] { m_demo.local.service()->faults()->clearPathFailures(); });
     m_manager->setRequestTimeout(row[3] == "silent" ? 1000 : 30000);
 
     if (row[2].toInt())

@@ -166,7 +166,7 @@ private slots:
     {
         // The overrides are read once, when the settings object is made: this is its first use.
         qputenv("TALLYRA_API_HOST", "127.0.0.1:8443");
-        qputenv("TALLYRA_DATABASE_URL", "https://127.0.0.1:8443/");
+        qputenv("TALLYRA_DATABASE_URL", "https://127.0.0.1:8443//"); // every slash goes
         qputenv("TALLYRA_DATABASE_NS", "tallyra-local");
         qputenv("TALLYRA_IDENTITY_URL", "127.0.0.1:8443");
         qputenv("TALLYRA_TOKEN_URL", "https://127.0.0.1:8443");
