@@ -171,6 +171,37 @@ QString LinkParser::findFirstLink(const QString &text)
     return rx.cap(1);
 }
 
+QString LinkParser::findFirstWebLink(const QString &text)
+{
+    QStringRef rest(&text);
+    for (;;) {
+        const QString link = findFirstLink(rest.toString());
+        if (link.isEmpty())
+            return QString();
+        if (link.startsWith(QLatin1String("http://"))
+            || link.startsWith(QLatin1String("https://"))) {
+            // A sentence goes on around an address: what closes it is not part of it, nor is
+            // markup, which no address holds unescaped.
+            static const QRegularExpression markup(QStringLiteral("[<>\"]"));
+            QString address = link.left(link.indexOf(markup));
+            static const QString closing = QStringLiteral(".,;:!?'\u2026\u00bb\u201c\u201d");
+            while (!address.isEmpty()) {
+                const QChar last = address.at(address.size() - 1);
+                const bool unopened = (last == QLatin1Char(')')
+                                       && address.count(QLatin1Char('(')) < address.count(last))
+                                      || (last == QLatin1Char(']')
+                                          && address.count(QLatin1Char('[')) < address.count(last));
+                if (!closing.contains(last) && !unopened)
+                    break;
+                address.chop(1);
+            }
+            if (address.size() > link.indexOf(QLatin1String("://")) + 3)
+                return address;
+        }
+        rest = rest.mid(rest.indexOf(link) + link.size());
+    }
+}
+
 QString LinkParser::cleanTextFromHtml(QString &text)
 {
     static const QRegExp pattern(QStringLiteral("<[^>]*>"));

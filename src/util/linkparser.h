@@ -15,6 +15,9 @@ public:
     static QString replaceEmails(QString &text);
     // The first address written with a scheme (http, https, ftp), or an empty string.
     static QString findFirstLink(const QString &text);
+    // The first of findFirstLink's addresses that is written with http:// or https://, without
+    // the punctuation of the sentence around it; an empty string when there is none.
+    static QString findFirstWebLink(const QString &text);
     // Removes every tag.
     static QString cleanTextFromHtml(QString &text);
     // "<br />" to "\n".

@@ -106,6 +106,7 @@ private slots:
         const Operation clean = inPlace<LinkParser::cleanTextFromHtml>;
         const Operation fromBreaks = inPlace<LinkParser::replaceHtmlLineBreaks>;
         const Operation firstLink = LinkParser::findFirstLink;
+        const Operation webLink = LinkParser::findFirstWebLink;
         const Operation images = [](const QString &t) { return LinkParser::replaceImages(t); };
         const Operation toBreaks = [](const QString &t) { return LinkParser::replaceLineBreaks(t); };
         const auto op =
@@ -161,6 +162,21 @@ private slots:
         op("first link", firstLink, "ya.ru и mail.ru, ivan@mail.ru") << "";
         // "\S+" is greedy, so the trailing "<*" never gets a "<" of its own.
         op("first link", firstLink, "https://ya.ru<br />") << "https://ya.ru<br";
+        // The first http(s) address, without the sentence's punctuation around it.
+        op("first web link", webLink, "см. https://a.com/x и http://b.com") << "https://a.com/x";
+        op("first web link", webLink, "ftp://f.org/a.zip, http://b.com/?q=1&r=2.")
+            << "http://b.com/?q=1&r=2";
+        op("first web link", webLink, "(см. https://b.com/a), потом") << "https://b.com/a";
+        op("first web link", webLink, "https://ru.wikipedia.org/wiki/Чай_(напиток)!")
+            << "https://ru.wikipedia.org/wiki/Чай_(напиток)";
+        op("first web link", webLink, "«https://магазин.рф/каталог?id=5»…")
+            << "https://магазин.рф/каталог?id=5";
+        op("first web link", webLink, "https://127.0.0.1:8443/test-pages/og.html")
+            << "https://127.0.0.1:8443/test-pages/og.html";
+        op("first web link", webLink, "<a href=\"https://b.com\">") << "https://b.com";
+        op("first web link", webLink, "https://, https://... и https://c.com") << "https://c.com";
+        op("first web link", webLink, "ya.ru, httpbin.org и ivan@mail.ru") << "";
+        op("first web link", webLink, "HTTPS://YA.RU") << "";
         op("clean", clean, "a<b>c</b>") << "ac";
         op("clean", clean, "<p>x<br />y</p>") << "xy";
         op("clean", clean, "a < b") << "a < b";
