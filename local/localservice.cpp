@@ -15,6 +15,7 @@
 #include "local/realtimesockethandler.h"
 #include "local/restdatabasehandler.h"
 #include "local/snapshotstore.h"
+#include "local/testpages.h"
 #include "local/tlscertificates.h"
 #include "local/uploadapi.h"
 #include "local/visitorapi.h"
@@ -193,6 +194,7 @@ void LocalService::installRoutes()
     m_visitorApi = VisitorApi::install(m_chatApi.get(), &m_clock, router);
     m_demoFiles = std::make_unique<DemoFiles>();
     m_demoFiles->install(router);
+    TestPages::install(router);
 
     m_identity = std::make_unique<IdentityEndpoints>(m_tokens.get(), m_faults);
     m_identity->setApiKey(m_options.apiKey);
