@@ -30,7 +30,12 @@ bool succeeded(QNetworkReply *reply)
 
 QNetworkRequest requestFor(const QString &url)
 {
-    return QNetworkRequest(QUrl(url));
+    QNetworkRequest request{QUrl(url)};
+    // Pictures of the pages that messages link to come from anywhere: no cookie goes out to them
+    // and none is kept.
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    return request;
 }
 
 } // namespace
@@ -102,6 +107,7 @@ QString ResourceManager::getFileFromUrlForce(const QString &url)
 bool ResourceManager::downloadFile(const QString &url)
 {
     QNetworkReply *reply = m_manager->get(requestFor(url));
+    limitSize(reply);
     QEventLoop loop;
     QTimer timeout;
     timeout.setSingleShot(true);
@@ -111,7 +117,7 @@ bool ResourceManager::downloadFile(const QString &url)
     timeout.start(m_requestTimeout);
     if (!reply->isFinished())
         loop.exec();
-    const bool stored = succeeded(reply) && writeCache(url, reply->readAll());
+    const bool stored = succeeded(reply) && fits(reply) && writeCache(url, reply->readAll());
     reply->deleteLater();
     return stored;
 }
@@ -123,6 +129,7 @@ ResourceNotifier *ResourceManager::cacheDownload(const QString &url)
     qDebug() << "DOWNLOADING FILE" << QUrl(url).fileName();
     auto *notifier = new ResourceNotifier(this);
     QNetworkReply *reply = m_manager->get(requestFor(url));
+    limitSize(reply);
     connect(reply, &QNetworkReply::downloadProgress, notifier, &ResourceNotifier::downloadProgress);
     connect(reply, &QNetworkReply::finished, this, &ResourceManager::onDownloadFinished);
     m_resources.insert(url, notifier);
@@ -140,11 +147,28 @@ void ResourceManager::onDownloadFinished()
     m_resourceReplies.erase(found);
     ResourceNotifier *notifier = m_resources.take(url);
     reply->deleteLater();
-    const bool stored = succeeded(reply) && writeCache(url, reply->readAll());
+    const bool stored = succeeded(reply) && fits(reply) && writeCache(url, reply->readAll());
     if (notifier) {
         notifier->notifyDownloadFinished(stored ? filePathFromUrl(url) : QString());
         notifier->deleteLater();
     }
+}
+
+void ResourceManager::limitSize(QNetworkReply *reply)
+{
+    // The whole file is held in memory before it is written: a huge one must not get that far.
+    const auto check = [this, reply] {
+        if (!fits(reply))
+            reply->abort();
+    };
+    connect(reply, &QNetworkReply::metaDataChanged, this, check);
+    connect(reply, &QNetworkReply::readyRead, this, check);
+}
+
+bool ResourceManager::fits(QNetworkReply *reply) const
+{
+    return reply->header(QNetworkRequest::ContentLengthHeader).toLongLong() <= m_maxFileSize
+           && reply->bytesAvailable() <= m_maxFileSize;
 }
 
 bool ResourceManager::writeCache(const QString &url, const QByteArray &bytes) const

@@ -12,7 +12,8 @@ class QNetworkAccessManager;
 class QNetworkReply;
 
 // Remote files on disk: a cache of fetched files below the platform's cache location, keyed by
-// URL, and attachments saved into the user's download folder, which it opens or reveals.
+// URL, and attachments saved into the user's download folder, which it opens or reveals. Files
+// are fetched by their address alone, without cookies.
 class ResourceManager : public QObject
 {
     Q_OBJECT
@@ -53,6 +54,8 @@ public:
 
     // Milliseconds a blocking fetch waits (30,000).
     void setRequestTimeout(int milliseconds) { m_requestTimeout = milliseconds; }
+    // Bytes a file fetched into the cache may have (32 MB); the fetch of a bigger one fails.
+    void setMaxFileSize(qint64 bytes) { m_maxFileSize = bytes; }
 
 private slots:
     void onDownloadFinished();
@@ -65,6 +68,9 @@ private:
     ResourceNotifier *cacheDownload(const QString &url);
     bool writeCache(const QString &url, const QByteArray &bytes) const;
     void forgetDownload(DownloadNotifier *notifier);
+    // Aborts the fetch into the cache once it proves bigger than the limit.
+    void limitSize(QNetworkReply *reply);
+    bool fits(QNetworkReply *reply) const;
 
     static QPointer<ResourceManager> s_instance;
 
@@ -73,6 +79,7 @@ private:
     QHash<QNetworkReply *, QString> m_resourceReplies;
     QHash<QString, DownloadNotifier *> m_downloads;
     int m_requestTimeout = 30000;
+    qint64 m_maxFileSize = 32 * 1024 * 1024;
 };
 
 template<typename Receiver, typename Slot>

@@ -5,6 +5,7 @@
 
 #include "local/demoseed.h"
 #include "local/faultinjector.h"
+#include "local/httprouter.h"
 #include "network/fileuploader.h"
 #include "network/fileuploadernotifier.h"
 #include "network/networkmanager.h"
@@ -55,6 +56,7 @@ private slots:
     {
         m_demo.local.service()->faults()->setReplyDelay(0);
         m_resources->setRequestTimeout(30000);
+        m_resources->setMaxFileSize(32 * 1024 * 1024);
     }
 
     void uploadFile()
@@ -209,6 +211,38 @@ private slots:
         QVERIFY(m_resources->fileExists(m_fullPath));
     }
 
+    // A file over the limit is not cached, fetched in the background or waited for.
+    void oversizedFilesAreNotCached()
+    {
+        const QString url = m_demo.local.baseUrl() + "/test-pages/big.html";
+        m_resources->setMaxFileSize(64 * 1024);
+        QString asyncPath = "none";
+        m_resources->getFileFromUrlAsync(url, this, [&](const QString &p) { asyncPath = p; });
+        QVERIFY(waitUntil([&] { return asyncPath.isEmpty(); }, 20000));
+        QCOMPARE(m_resources->getFileFromUrl(url), QString());
+        QVERIFY(!m_resources->fileExists(url));
+        m_resources->setMaxFileSize(2 * 1024 * 1024);
+        QCOMPARE(m_resources->getFileFromUrl(url), m_resources->filePathFromUrl(url));
+    }
+
+    // Files are fetched by address alone: a cookie one answer sets never goes out with the next.
+    void noCookies()
+    {
+        m_demo.local.service()->router().addExact("/cookie-test/file",
+                                                  [this](const HttpRequest &request) {
+                                                      m_cookies << request.header("cookie");
+                                                      HttpResponse response(200);
+                                                      response.setHeader("Set-Cookie",
+                                                                         "seen=1; Path=/");
+                                                      response.setBody("x", "text/plain");
+                                                      return response;
+                                                  });
+        const QString url = m_demo.local.baseUrl() + "/cookie-test/file";
+        QVERIFY(!m_resources->getFileFromUrlForce(url + "?1").isEmpty());
+        QVERIFY(!m_resources->getFileFromUrlForce(url + "?2").isEmpty());
+        QCOMPARE(m_cookies, QList<QByteArray>({"", ""}));
+    }
+
     void downloads()
     {
         const QString name = "copy.bin";
@@ -277,6 +311,7 @@ private:
     QByteArray m_data;
     QString m_fullPath;
     QString m_miniPath;
+    QList<QByteArray> m_cookies;
 };
 
 QTEST_GUILESS_MAIN(TestFiles)
