@@ -1666,6 +1666,14 @@
             <source>Отмена</source>
             <translation>Cancel</translation>
         </message>
+        <message>
+            <source>Превью ссылок</source>
+            <translation>Link previews</translation>
+        </message>
+        <message>
+            <source>Показывать под сообщениями</source>
+            <translation>Show below messages</translation>
+        </message>
     </context>
     <context>
         <name>VisitorsOnlineController</name>

@@ -1666,6 +1666,14 @@
         <source>Отмена</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>Превью ссылок</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Показывать под сообщениями</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>VisitorsOnlineController</name>

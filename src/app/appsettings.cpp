@@ -9,6 +9,7 @@ namespace {
 const char kSendMessageKeySequence[] = "sendMessageKeySequence";
 const char kSoundsEnabled[] = "soundsEnabled";
 const char kLanguage[] = "language";
+const char kLinkPreviews[] = "linkPreviews";
 
 QString envOr(const char *name, const QString &fallback)
 {
@@ -100,6 +101,19 @@ bool AppSettings::soundsEnabled() const
 void AppSettings::setSoundsEnabled(bool enabled)
 {
     m_settings.setValue(QLatin1String(kSoundsEnabled), enabled);
+}
+
+bool AppSettings::linkPreviews() const
+{
+    return m_settings.value(QLatin1String(kLinkPreviews), true).toBool();
+}
+
+void AppSettings::setLinkPreviews(bool enabled)
+{
+    if (enabled == linkPreviews())
+        return;
+    m_settings.setValue(QLatin1String(kLinkPreviews), enabled);
+    emit linkPreviewsChanged(enabled);
 }
 
 QString AppSettings::language() const

@@ -44,6 +44,9 @@ public:
     // Notification sounds on or off ("soundsEnabled", on by default).
     bool soundsEnabled() const;
     void setSoundsEnabled(bool enabled);
+    // Cards under messages for the pages they link to ("linkPreviews", on by default).
+    bool linkPreviews() const;
+    void setLinkPreviews(bool enabled);
     // The interface language chosen in the settings: "ru", "en", or empty for the system's
     // ("language"); it takes effect at the next start.
     QString language() const;
@@ -58,6 +61,7 @@ public slots:
 
 signals:
     void mainWindowActiveChanged(bool active);
+    void linkPreviewsChanged(bool enabled);
 
 private:
     AppSettings();

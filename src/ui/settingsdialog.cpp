@@ -18,6 +18,7 @@ SettingsDialog::SettingsDialog(QWidget *parent)
     m_ui->comboBox_settings_sendKey->setCurrentIndex(
         m_ui->comboBox_settings_sendKey->findData(settings->sendMessageKeySequence()));
     m_ui->checkBox_settings_sounds->setChecked(settings->soundsEnabled());
+    m_ui->checkBox_settings_linkPreviews->setChecked(settings->linkPreviews());
     m_ui->comboBox_settings_language->addItem(tr("Как в системе"), QString());
     m_ui->comboBox_settings_language->addItem(QStringLiteral("Русский"), QStringLiteral("ru"));
     m_ui->comboBox_settings_language->addItem(QStringLiteral("English"), QStringLiteral("en"));
@@ -49,6 +50,7 @@ void SettingsDialog::accept()
     settings->setSendMessageKeySequence(static_cast<AppSettings::SendMessageKeySequence>(
         m_ui->comboBox_settings_sendKey->currentData().toInt()));
     settings->setSoundsEnabled(m_ui->checkBox_settings_sounds->isChecked());
+    settings->setLinkPreviews(m_ui->checkBox_settings_linkPreviews->isChecked());
     settings->setLanguage(m_ui->comboBox_settings_language->currentData().toString());
     QDialog::accept();
 }

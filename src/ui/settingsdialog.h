@@ -8,8 +8,8 @@ namespace Ui {
 class SettingsDialog;
 }
 
-// The operator's settings: the send key, notification sounds and the interface language,
-// saved in the settings store when the operator presses "Сохранить".
+// The operator's settings: the send key, notification sounds, link previews and the interface
+// language, saved in the settings store when the operator presses "Сохранить".
 class SettingsDialog : public QDialog
 {
     Q_OBJECT
