@@ -9,6 +9,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QTextDocument>
+#include <QTextLayout>
 #include <QUrl>
 #include <QtMath>
 
@@ -33,6 +34,11 @@ constexpr int kPadY = 8;
 constexpr int kRadius = 12;
 constexpr int kTimeHeight = 15;
 constexpr int kCardWidth = 300;
+// A linked page's card under its bubble.
+constexpr int kPageCardWidth = 340;
+constexpr int kPageCardGap = 4;
+constexpr int kPageCardPad = 10;
+constexpr qint64 kMaxCardPixels = 16 * 1000 * 1000;
 
 // The widest a bubble's text may be in a row of this width.
 int bubbleTextWidth(const QRect &rect)
@@ -54,6 +60,115 @@ QFont sizedFont(const QFont &base, int pixels, bool bold)
     font.setPixelSize(pixels);
     font.setBold(bold);
     return font;
+}
+
+// The text in at most maxLines lines of the width, the last one elided when more is left.
+QStringList wrappedLines(const QString &text, const QFont &font, int width, int maxLines)
+{
+    QStringList lines;
+    if (text.isEmpty() || width <= 0)
+        return lines;
+    QTextLayout layout(text, font);
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    while (lines.size() < maxLines) {
+        QTextLine line = layout.createLine();
+        if (!line.isValid())
+            break;
+        line.setLineWidth(width);
+        if (lines.size() == maxLines - 1)
+            lines << QFontMetrics(font).elidedText(text.mid(line.textStart()).simplified(),
+                                                   Qt::ElideRight,
+                                                   width);
+        else
+            lines << text.mid(line.textStart(), line.textLength()).trimmed();
+    }
+    layout.endLayout();
+    return lines;
+}
+
+// The parts of a linked page's card, each in its own font.
+enum CardPart { CardSite, CardTitle, CardDescription };
+
+QFont cardFont(const QFont &base, CardPart part)
+{
+    switch (part) {
+    case CardSite:
+        return smallFont(base, true);
+    case CardTitle:
+        return sizedFont(base, 13, true);
+    default:
+        return sizedFont(base, 12, false);
+    }
+}
+
+struct CardLine
+{
+    QRect rect;
+    QString text;
+    CardPart part;
+};
+
+// A linked page's card laid out for its width, relative to its top left: the site, up to two
+// lines of bold title and two of description, and the picture's square on the right.
+struct CardLayout
+{
+    QSize size;
+    QRect picture;
+    QVector<CardLine> lines;
+};
+
+CardLayout layoutCard(const LinkPreview &preview, const QFont &base, int width, bool picture)
+{
+    CardLayout card;
+    // A narrow card keeps its room for the words.
+    picture = picture && width >= 240;
+    // Room on the left for the accent bar, as the service's link cards have.
+    const int textLeft = kPageCardPad + 3 + 8;
+    const int textWidth = width - textLeft - kPageCardPad
+                          - (picture ? ChatMessageDelegate::kCardPicture + 10 : 0);
+    int y = kPageCardPad;
+    const auto add = [&](const QString &text, CardPart part, int maxLines) {
+        const QFont font = cardFont(base, part);
+        const int height = QFontMetrics(font).height();
+        for (const QString &line : wrappedLines(text, font, textWidth, maxLines)) {
+            card.lines.append({QRect(textLeft, y, textWidth, height), line, part});
+            y += height;
+        }
+    };
+    // A page without a title of its own is named by its site already.
+    if (preview.getSite() != preview.getTitle())
+        add(preview.getSite(), CardSite, 1);
+    if (!card.lines.isEmpty())
+        y += 2;
+    add(preview.getTitle(), CardTitle, 2);
+    if (!preview.getDescription().isEmpty()) {
+        y += 2;
+        add(preview.getDescription(), CardDescription, 2);
+    }
+    y += kPageCardPad;
+    if (picture) {
+        card.picture = QRect(width - kPageCardPad - ChatMessageDelegate::kCardPicture,
+                             kPageCardPad,
+                             ChatMessageDelegate::kCardPicture,
+                             ChatMessageDelegate::kCardPicture);
+        y = qMax(y, card.picture.bottom() + 1 + kPageCardPad);
+    }
+    card.size = QSize(width, y);
+    return card;
+}
+
+// A card's picture is kept apart from a thumbnail of the same address.
+QString squareKey(const QString &url)
+{
+    return QStringLiteral("square:") + url;
+}
+
+LinkPreview previewOf(const QModelIndex &index)
+{
+    return index.data(ChatMessageModel::LinkPreviewRole).value<LinkPreview>();
 }
 
 ChatMessageModel *chatModel(const QModelIndex &index)
@@ -129,53 +244,96 @@ QPixmap ChatMessageDelegate::icon(const QString &name, int size, qreal ratio) co
     return *it;
 }
 
-QPixmap ChatMessageDelegate::thumbnail(const QString &url) const
+QPixmap ChatMessageDelegate::picture(const QString &url, bool square) const
 {
     if (url.isEmpty())
         return QPixmap();
-    const auto it = m_thumbnails.constFind(url);
+    const QString key = square ? squareKey(url) : url;
+    const auto it = m_thumbnails.constFind(key);
     if (it != m_thumbnails.constEnd())
         return *it;
-    if (m_requested.contains(url))
+    if (m_requested.contains(key))
         return QPixmap();
-    m_requested.insert(url);
+    m_requested.insert(key);
     auto *self = const_cast<ChatMessageDelegate *>(this);
     // Asked after the paint that wanted it: a cached file answers at once, mid-paint otherwise.
     QMetaObject::invokeMethod(
         self,
-        [self, url] {
+        [self, url, key, square] {
             ResourceManager *resources = ResourceManager::getInstance();
             if (!resources)
                 return;
-            resources->getFileFromUrlAsync(url, self, [self, url](const QString &path) {
-                if (path.isEmpty())
+            resources->getFileFromUrlAsync(url, self, [self, url, key, square](const QString &path) {
+                QImage image;
+                if (!path.isEmpty()) {
+                    QImageReader reader(path);
+                    reader.setAutoTransform(true);
+                    const QSize size = reader.size();
+                    const QSize side(2 * kCardPicture, 2 * kCardPicture);
+                    // A linked page's picture may claim any size: one that would take more
+                    // memory to unpack than a large photo counts as none. A JPEG unpacks
+                    // straight to the card's size.
+                    if (!square)
+                        image = reader.read();
+                    else if (size.isValid()
+                             && qint64(size.width()) * size.height() <= kMaxCardPixels) {
+                        if (size.width() > side.width() && size.height() > side.height())
+                            reader.setScaledSize(size.scaled(side, Qt::KeepAspectRatioByExpanding));
+                        image = reader.read();
+                    }
+                }
+                if (image.isNull()) {
+                    // A card without its picture takes less room; a thumbnail keeps its place.
+                    if (square) {
+                        self->m_failed.insert(key);
+                        emit self->thumbnailReady(url);
+                    }
                     return;
-                QImageReader reader(path);
-                reader.setAutoTransform(true);
-                const QImage image = reader.read();
-                if (image.isNull())
-                    return;
-                const QImage scaled = image.width() > kThumbnail || image.height() > kThumbnail
-                                          ? image.scaled(kThumbnail,
-                                                         kThumbnail,
-                                                         Qt::KeepAspectRatio,
-                                                         Qt::SmoothTransformation)
-                                          : image;
+                }
+                QImage scaled;
+                if (square) {
+                    // Cut to fill the square, at twice its size for sharp high-density screens.
+                    const int side = 2 * kCardPicture;
+                    scaled = image.scaled(side,
+                                          side,
+                                          Qt::KeepAspectRatioByExpanding,
+                                          Qt::SmoothTransformation);
+                    scaled = scaled.copy((scaled.width() - side) / 2,
+                                         (scaled.height() - side) / 2,
+                                         side,
+                                         side);
+                } else {
+                    scaled = image.width() > kThumbnail || image.height() > kThumbnail
+                                 ? image.scaled(kThumbnail,
+                                                kThumbnail,
+                                                Qt::KeepAspectRatio,
+                                                Qt::SmoothTransformation)
+                                 : image;
+                }
                 QPixmap rounded(scaled.size());
                 rounded.fill(Qt::transparent);
                 QPainter painter(&rounded);
                 painter.setRenderHint(QPainter::Antialiasing);
                 QPainterPath corners;
-                corners.addRoundedRect(QRectF(rounded.rect()), 10, 10);
+                const qreal radius = square ? 16 : 10;
+                corners.addRoundedRect(QRectF(rounded.rect()), radius, radius);
                 painter.setClipPath(corners);
                 painter.drawImage(0, 0, scaled);
                 painter.end();
-                self->m_thumbnails.insert(url, rounded);
+                if (square)
+                    rounded.setDevicePixelRatio(2);
+                self->m_thumbnails.insert(key, rounded);
                 emit self->thumbnailReady(url);
             });
         },
         Qt::QueuedConnection);
     return QPixmap();
+}
+
+bool ChatMessageDelegate::cardHasPicture(const LinkPreview &preview) const
+{
+    return !preview.getImage().isEmpty()
+           && !m_failed.contains(squareKey(preview.getImage().toString()));
 }
 
 ChatMessageDelegate::Geometry ChatMessageDelegate::geometry(const QStyleOptionViewItem &option,
@@ -249,6 +407,17 @@ ChatMessageDelegate::Geometry ChatMessageDelegate::geometry(const QStyleOptionVi
                        g.bubble.top() + kPadY + captionHeight,
                        inner,
                        textHeight);
+        const LinkPreview preview = previewOf(index);
+        if (!preview.isEmpty()) {
+            const int cardWidth = qMin(kPageCardWidth, maxBubble);
+            const QSize card = layoutCard(preview, option.font, cardWidth, cardHasPicture(preview))
+                                   .size;
+            const int left = side == ChatMessageModel::Right ? g.bubble.right() + 1 - cardWidth
+                                                             : g.bubble.left();
+            g.card = QRect(QPoint(left, g.bubble.bottom() + 1 + kPageCardGap), card);
+            // More room under the card than over it, so that it reads as its bubble's.
+            g.size.rheight() += kPageCardGap + card.height() + 2 * kPageCardGap;
+        }
         break;
     }
     case ChatMessageModel::ImageRow: {
@@ -356,6 +525,8 @@ ChatMessageDelegate::Area ChatMessageDelegate::areaAt(const QStyleOptionViewItem
     const Geometry g = geometry(option, index);
     switch (kindOf(index)) {
     case ChatMessageModel::BubbleRow:
+        if (g.card.contains(pos))
+            return PreviewArea;
         return g.text.contains(pos) ? TextArea : NoArea;
     case ChatMessageModel::ImageRow:
         return g.image.contains(pos) ? ImageArea : NoArea;
@@ -381,6 +552,45 @@ ChatMessageDelegate::Area ChatMessageDelegate::areaAt(const QStyleOptionViewItem
     default:
         return NoArea;
     }
+}
+
+void ChatMessageDelegate::paintCard(QPainter *painter,
+                                    const QRect &rect,
+                                    const LinkPreview &preview,
+                                    const QFont &font,
+                                    qreal ratio) const
+{
+    const CardLayout card = layoutCard(preview, font, rect.width(), cardHasPicture(preview));
+    painter->save();
+    painter->translate(rect.topLeft());
+    painter->setPen(QPen(kLine, 1));
+    painter->setBrush(Qt::white);
+    painter->drawRoundedRect(QRectF(0.5, 0.5, rect.width() - 1, rect.height() - 1),
+                             kRadius,
+                             kRadius);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(kAccent);
+    painter->drawRoundedRect(QRect(kPageCardPad, kPageCardPad, 3, rect.height() - 2 * kPageCardPad),
+                             1,
+                             1);
+    for (const CardLine &line : card.lines) {
+        painter->setFont(cardFont(font, line.part));
+        painter->setPen(line.part == CardSite ? kMuted : kText);
+        painter->drawText(line.rect, Qt::AlignLeft | Qt::AlignVCenter, line.text);
+    }
+    if (!card.picture.isEmpty()) {
+        const QPixmap pixmap = picture(preview.getImage().toString(), true);
+        if (pixmap.isNull()) {
+            painter->setPen(Qt::NoPen);
+            painter->setBrush(kPill);
+            painter->drawRoundedRect(card.picture, 8, 8);
+            painter->drawPixmap(card.picture.center() - QPoint(10, 10),
+                                icon(QStringLiteral("image-muted"), 20, ratio));
+        } else {
+            painter->drawPixmap(card.picture, pixmap);
+        }
+    }
+    painter->restore();
 }
 
 void ChatMessageDelegate::paintCardLines(QPainter *painter,
@@ -484,6 +694,8 @@ void ChatMessageDelegate::paint(QPainter *painter,
 
     switch (kind) {
     case ChatMessageModel::BubbleRow: {
+        if (!g.card.isEmpty())
+            paintCard(painter, g.card, previewOf(index), option.font, ratio);
         if (index.row() == m_hiddenTextRow)
             break;
         QTextDocument *document = chatModel(index)->document(index.row(), textWidth(), option.font);

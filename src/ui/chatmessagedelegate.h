@@ -1,5 +1,7 @@
 #pragma once
 
+#include "records/linkpreview.h"
+
 #include <QAbstractItemView>
 #include <QHash>
 #include <QPixmap>
@@ -7,9 +9,10 @@
 #include <QSet>
 #include <QStyledItemDelegate>
 
-// Paints the rows of ChatMessageModel: bubbles with their time and delivery ticks, day and
-// new-message separators, centred system lines and cards, picture thumbnails, file and upload
-// cards. The same geometry answers sizeHint, paint and what lies under the mouse.
+// Paints the rows of ChatMessageModel: bubbles with their time and delivery ticks and the card of
+// the page a bubble links to, day and new-message separators, centred system lines and cards,
+// picture thumbnails, file and upload cards. The same geometry answers sizeHint, paint and what
+// lies under the mouse.
 class ChatMessageDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -24,7 +27,8 @@ public:
         OpenArea,
         RevealArea,
         CancelArea,
-        LinkArea
+        LinkArea,
+        PreviewArea
     };
 
     explicit ChatMessageDelegate(QObject *parent = nullptr);
@@ -49,9 +53,12 @@ public:
 
     // Longest side of a thumbnail.
     static constexpr int kThumbnail = 240;
+    // Side of a page card's picture.
+    static constexpr int kCardPicture = 64;
 
 signals:
-    // A thumbnail arrived from the cache: rows showing it change size.
+    // A thumbnail or a card's picture arrived from the cache, or failed to: rows showing it
+    // change size.
     void thumbnailReady(QString url);
 
 private:
@@ -64,10 +71,21 @@ private:
         QRect time;
         QRect first;  // download, cancel or the link
         QRect second; // "Показать в папке"
+        QRect card;   // the linked page's card under a bubble
         QSize size;
     };
     Geometry geometry(const QStyleOptionViewItem &option, const QModelIndex &index) const;
-    QPixmap thumbnail(const QString &url) const;
+    QPixmap thumbnail(const QString &url) const { return picture(url, false); }
+    // A picture from the cache, asked for on first use: scaled to a thumbnail, or cut to the
+    // card's square.
+    QPixmap picture(const QString &url, bool square) const;
+    // Whether a card shows its picture: it has one that did not fail to load.
+    bool cardHasPicture(const LinkPreview &preview) const;
+    void paintCard(QPainter *painter,
+                   const QRect &card,
+                   const LinkPreview &preview,
+                   const QFont &font,
+                   qreal ratio) const;
     QPixmap icon(const QString &name, int size, qreal ratio) const;
     void paintCardLines(QPainter *painter,
                         const Geometry &g,
@@ -76,6 +94,7 @@ private:
 
     mutable QHash<QString, QPixmap> m_thumbnails;
     mutable QSet<QString> m_requested;
+    mutable QSet<QString> m_failed;
     mutable QHash<QString, QPixmap> m_icons;
     QSet<QString> m_downloaded;
     QPointer<QAbstractItemView> m_view;

@@ -1,6 +1,7 @@
 #include "ui/chatmessagemodel.h"
 
 #include "network/fileuploadernotifier.h"
+#include "util/linkparser.h"
 #include "util/messagemarkup.h"
 #include "util/util.h"
 
@@ -97,6 +98,7 @@ ChatMessageModel::Row ChatMessageModel::rowFor(const FirebaseChatMessage &messag
     if (type == QLatin1String("text") && !isRobot(sender)) {
         row.kind = BubbleRow;
         row.text = message.getText();
+        row.webLink = LinkParser::findFirstWebLink(row.text);
     } else if (type == QLatin1String("image")) {
         row.kind = ImageRow;
         row.text = message.getFilename();
@@ -180,10 +182,14 @@ void ChatMessageModel::appendRows(QVector<Row> &rows, const FirebaseChatMessage 
 void ChatMessageModel::reindex()
 {
     m_rowOfId.clear();
+    m_describedLinks.clear();
     for (int i = 0; i < m_rows.size(); ++i) {
-        const QString id = m_rows.at(i).message.getId();
-        if (!id.isEmpty() && m_rows.at(i).kind != UploadRow && m_rows.at(i).kind != DayRow)
+        const Row &row = m_rows.at(i);
+        const QString id = row.message.getId();
+        if (!id.isEmpty() && row.kind != UploadRow && row.kind != DayRow)
             m_rowOfId.insert(id, i);
+        if (row.kind == LinkRow)
+            m_describedLinks.insert(row.message.getAttributes().getUrl());
     }
 }
 
@@ -243,6 +249,16 @@ void ChatMessageModel::addMessage(const FirebaseChatMessage &message)
         m_rows[before - 1].sizeWidth = -1;
         emit dataChanged(index(before - 1), index(before - 1));
     }
+    // The service's description of an address takes the place of a bubble's card.
+    if (m_rows.at(before + added - 1).kind == LinkRow) {
+        const QString described = message.getAttributes().getUrl();
+        for (int i = 0; i < before; ++i) {
+            if (m_rows.at(i).webLink == described) {
+                m_rows[i].sizeWidth = -1;
+                emit dataChanged(index(i), index(i), {LinkPreviewRole});
+            }
+        }
+    }
 }
 
 void ChatMessageModel::updateMessage(const FirebaseChatMessage &message)
@@ -256,6 +272,7 @@ void ChatMessageModel::updateMessage(const FirebaseChatMessage &message)
     entry.sizeWidth = -1;
     if (entry.text != fresh.text || entry.kind != fresh.kind) {
         entry.text = fresh.text;
+        entry.webLink = fresh.webLink;
         entry.kind = fresh.kind;
         entry.document.reset();
     }
@@ -267,7 +284,53 @@ void ChatMessageModel::clear()
     beginResetModel();
     m_rows.clear();
     m_rowOfId.clear();
+    m_previews.clear();
     endResetModel();
+}
+
+QStringList ChatMessageModel::webLinks() const
+{
+    QStringList links;
+    QSet<QString> seen;
+    for (const Row &row : m_rows) {
+        if (!row.webLink.isEmpty() && !seen.contains(row.webLink)
+            && !m_describedLinks.contains(row.webLink)) {
+            seen.insert(row.webLink);
+            links.append(row.webLink);
+        }
+    }
+    return links;
+}
+
+void ChatMessageModel::setLinkPreview(const QString &url, const LinkPreview &preview)
+{
+    if (url.isEmpty())
+        return;
+    const auto known = m_previews.constFind(url);
+    if (known != m_previews.constEnd() && known.value() == preview)
+        return;
+    if (preview.isEmpty() && known == m_previews.constEnd()) {
+        m_previews.insert(url, preview);
+        return;
+    }
+    m_previews.insert(url, preview);
+    for (int i = 0; i < m_rows.size(); ++i) {
+        if (m_rows.at(i).webLink == url) {
+            m_rows[i].sizeWidth = -1;
+            emit dataChanged(index(i), index(i), {LinkPreviewRole});
+        }
+    }
+}
+
+void ChatMessageModel::clearLinkPreviews()
+{
+    m_previews.clear();
+    for (Row &row : m_rows) {
+        if (!row.webLink.isEmpty())
+            row.sizeWidth = -1;
+    }
+    if (!m_rows.isEmpty())
+        emit dataChanged(index(0), index(m_rows.size() - 1), {LinkPreviewRole});
 }
 
 int ChatMessageModel::uploadCount() const
@@ -443,6 +506,15 @@ QVariant ChatMessageModel::data(const QModelIndex &index, int role) const
     case SizeTextRole:
         return sizeText(row.kind == UploadRow && row.upload ? row.upload->getFilesize()
                                                             : row.message.getSize());
+    case WebLinkRole:
+        return row.webLink;
+    case LinkPreviewRole: {
+        if (row.webLink.isEmpty() || m_describedLinks.contains(row.webLink))
+            return QVariant();
+        const auto found = m_previews.constFind(row.webLink);
+        return found == m_previews.constEnd() || found->isEmpty() ? QVariant()
+                                                                  : QVariant::fromValue(*found);
+    }
     default:
         return QVariant();
     }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "records/firebasechatmessage.h"
+#include "records/linkpreview.h"
 
 #include <QAbstractListModel>
 #include <QDate>
 #include <QHash>
 #include <QPointer>
+#include <QSet>
 #include <QSharedPointer>
 #include <QSize>
 #include <QVector>
@@ -18,7 +20,9 @@ class QTextDocument;
 
 // The rows of the open chat as the list view shows them: messages with their side, group and
 // caption, the day separators, the "new messages" line and the uploads still running. Texts are
-// laid out once per row and width and kept, so that a long chat opens and scrolls cheaply.
+// laid out once per row and width and kept, so that a long chat opens and scrolls cheaply. A
+// bubble whose text holds a web address carries the card of that page once it is given one,
+// unless the service has described the address with a link message of its own.
 class ChatMessageModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -30,7 +34,7 @@ public:
         BubbleRow,       // visitor's, own or a colleague's text
         ImageRow,        // a picture, as a thumbnail on its sender's side
         FileRow,         // a file card on its sender's side
-        LinkRow,         // a link preview below a message, on its sender's side
+        LinkRow,         // the service's link message (a page's title and address)
         SystemRow,       // joined, left, invitations, robots: a centred muted line
         PaymentRow,      // a payment link card, centred
         IntroductionRow, // the visitor's introduction form, centred
@@ -57,6 +61,10 @@ public:
         ProgressRole,
         // The file's size as shown on a card.
         SizeTextRole,
+        // A bubble's first http(s) address, or empty.
+        WebLinkRole,
+        // The LinkPreview of that address when one was given; invalid otherwise.
+        LinkPreviewRole,
     };
 
     // What the model needs to know to place a message: who is who in this chat.
@@ -89,6 +97,13 @@ public:
     // The size the delegate worked out for a row at a viewport width, or an invalid one.
     QSize cachedSize(int row, int width) const;
     void cacheSize(int row, int width, const QSize &size) const;
+    // The bubbles' first http(s) addresses that want a card, each once, in order.
+    QStringList webLinks() const;
+    // The card of a page: the bubbles that link to it show it from now on; an empty one shows
+    // nothing. Kept until clear() or clearLinkPreviews(), across setMessages().
+    void setLinkPreview(const QString &url, const LinkPreview &preview);
+    bool hasLinkPreview(const QString &url) const { return m_previews.contains(url); }
+    void clearLinkPreviews();
 
     // The row's rich text laid out for the width; built on first use and kept.
     QTextDocument *document(int row, int width, const QFont &font) const;
@@ -109,6 +124,7 @@ private:
         FirebaseChatMessage message;
         QDate day;
         QString text;
+        QString webLink;
         QString caption;
         bool colleague = false;
         bool firstInGroup = true;
@@ -134,4 +150,7 @@ private:
     People m_people;
     QVector<Row> m_rows;
     QHash<QString, int> m_rowOfId;
+    QHash<QString, LinkPreview> m_previews;
+    // The addresses of the service's link messages, which need no second card.
+    QSet<QString> m_describedLinks;
 };

@@ -2,6 +2,7 @@
 
 #include "app/appsettings.h"
 #include "network/fileuploadernotifier.h"
+#include "network/linkpreviewfetcher.h"
 #include "repo/authsession.h"
 #include "repo/chatrepository.h"
 #include "repo/downloadnotifier.h"
@@ -49,6 +50,7 @@ ChatWidget::ChatWidget(QWidget *parent)
     , m_ui(std::make_unique<Ui::ChatWidget>())
     , m_model(new ChatMessageModel(this))
     , m_delegate(new ChatMessageDelegate(this))
+    , m_previews(new LinkPreviewFetcher(this))
 {
     m_ui->setupUi(this);
     setAcceptDrops(true);
@@ -106,6 +108,15 @@ ChatWidget::ChatWidget(QWidget *parent)
     });
     connect(m_delegate, &ChatMessageDelegate::thumbnailReady, this, [this] {
         // A picture's real size replaces its placeholder's.
+        m_ui->listView_chatWidget_messages->doItemsLayout();
+    });
+    connect(m_previews, &LinkPreviewFetcher::finished, this, &ChatWidget::showPreview);
+    connect(AppSettings::instance(), &AppSettings::linkPreviewsChanged, this, [this](bool enabled) {
+        if (enabled) {
+            requestPreviews();
+            return;
+        }
+        m_model->clearLinkPreviews();
         m_ui->listView_chatWidget_messages->doItemsLayout();
     });
 
@@ -224,6 +235,7 @@ void ChatWidget::setMessages(const QList<FirebaseChatMessage> &messages)
     m_delegate->setDownloaded(m_downloaded);
     hideTextOverlay();
     m_model->setMessages(messages, newFrom);
+    requestPreviews();
     m_stickToBottom = true;
     m_unseen = 0;
     m_ui->listView_chatWidget_messages->scrollToBottom();
@@ -235,6 +247,7 @@ void ChatWidget::addMessage(const FirebaseChatMessage &message)
 {
     const bool shown = m_model->rowOfMessage(message.getId()) >= 0;
     m_model->addMessage(message);
+    requestPreviews();
     if (!shown && !m_stickToBottom) {
         ++m_unseen;
         updateJumpButton();
@@ -244,6 +257,39 @@ void ChatWidget::addMessage(const FirebaseChatMessage &message)
 void ChatWidget::updateMessage(const FirebaseChatMessage &message)
 {
     m_model->updateMessage(message);
+    requestPreviews();
+}
+
+void ChatWidget::requestPreviews()
+{
+    if (!AppSettings::instance()->linkPreviews())
+        return;
+    bool shown = false;
+    const QStringList links = m_model->webLinks();
+    for (const QString &url : links) {
+        if (m_model->hasLinkPreview(url))
+            continue;
+        LinkPreview preview;
+        if (m_previews->cached(url, &preview)) {
+            m_model->setLinkPreview(url, preview);
+            shown = shown || !preview.isEmpty();
+        } else {
+            m_previews->fetch(url);
+        }
+    }
+    if (shown)
+        m_ui->listView_chatWidget_messages->doItemsLayout();
+}
+
+void ChatWidget::showPreview(const QString &url, const LinkPreview &preview)
+{
+    // A page of a chat left since, or one that comes after previews were turned off, waits in
+    // the fetcher's cache until it is wanted.
+    if (!AppSettings::instance()->linkPreviews() || !m_model->webLinks().contains(url))
+        return;
+    m_model->setLinkPreview(url, preview);
+    if (!preview.isEmpty())
+        m_ui->listView_chatWidget_messages->doItemsLayout();
 }
 
 void ChatWidget::clearMessages()
@@ -622,7 +668,8 @@ void ChatWidget::onViewportClick(const QPoint &pos)
     option.rect = list->visualRect(index);
     const FirebaseChatMessage message = m_model->messageAt(index.row());
     ResourceManager *resources = ResourceManager::getInstance();
-    switch (m_delegate->areaAt(option, index, pos)) {
+    const ChatMessageDelegate::Area area = m_delegate->areaAt(option, index, pos);
+    switch (area) {
     case ChatMessageDelegate::ImageArea: {
         auto *viewer = new ImageViewer(window());
         viewer->setAttribute(Qt::WA_DeleteOnClose);
@@ -654,8 +701,14 @@ void ChatWidget::onViewportClick(const QPoint &pos)
         }
         break;
     }
-    case ChatMessageDelegate::LinkArea: {
-        const QUrl url(index.data(ChatMessageModel::UrlRole).toString());
+    case ChatMessageDelegate::LinkArea:
+    case ChatMessageDelegate::PreviewArea: {
+        // A page's card opens the address as the message has it, not where it redirected.
+        const QUrl url(index
+                           .data(area == ChatMessageDelegate::PreviewArea
+                                     ? ChatMessageModel::WebLinkRole
+                                     : ChatMessageModel::UrlRole)
+                           .toString());
         if (url.isValid()
             && (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http")))
             QDesktopServices::openUrl(url);

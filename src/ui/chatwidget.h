@@ -18,6 +18,8 @@ class ChatMessageDelegate;
 class ChatMessageModel;
 class DownloadNotifier;
 class EmojiPicker;
+class LinkPreview;
+class LinkPreviewFetcher;
 class PaymentDialog;
 class QListView;
 class QPushButton;
@@ -25,8 +27,9 @@ class QTextBrowser;
 class QuickAnswersPanel;
 
 // The open chat: the visitor's header, the messages (a model and a painted delegate, so that a
-// long chat opens at once), the typing lines, the connect and blocked bars and the input with
-// its emoji, attachments, quick answers and payment link. ChatController drives it.
+// long chat opens at once) with cards of the pages they link to, the typing lines, the connect
+// and blocked bars and the input with its emoji, attachments, quick answers and payment link.
+// ChatController drives it.
 class ChatWidget : public QWidget, public ChatView
 {
     Q_OBJECT
@@ -58,6 +61,7 @@ public:
 
     ChatMessageModel *messageModel() const { return m_model; }
     QuickAnswersPanel *quickAnswersPanel() const { return m_quickAnswers; }
+    LinkPreviewFetcher *linkPreviewFetcher() const { return m_previews; }
 
 signals:
     void connectedToDialog(QString chatId);
@@ -97,10 +101,15 @@ private:
     void openPaymentDialog();
     void attachFiles();
     void saveDraft();
+    // Gives the bubbles the cards of their pages that are known and asks for the others, while
+    // the setting allows.
+    void requestPreviews();
+    void showPreview(const QString &url, const LinkPreview &preview);
 
     std::unique_ptr<Ui::ChatWidget> m_ui;
     ChatMessageModel *m_model;
     ChatMessageDelegate *m_delegate;
+    LinkPreviewFetcher *m_previews;
     QuickAnswersPanel *m_quickAnswers;
     QPushButton *m_jump;
     QTextBrowser *m_textOverlay;

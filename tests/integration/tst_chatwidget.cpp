@@ -8,6 +8,7 @@
 #include "controller/conversationinfocontroller.h"
 #include "local/chatapi.h"
 #include "local/chatservice.h"
+#include "network/linkpreviewfetcher.h"
 #include "repo/chatrepository.h"
 #include "repo/resourcemanager.h"
 #include "ui/chatmessagemodel.h"
@@ -17,6 +18,7 @@
 #include "ui/paymentdialog.h"
 #include "ui/quickanswerspanel.h"
 #include "ui/sendtocrmdialog.h"
+#include "ui/settingsdialog.h"
 
 #include <QtTest>
 #include <QtWidgets>
@@ -37,6 +39,10 @@ const QString kIrinasChat = QStringLiteral("-DemoChat0004shop");
 class TestChatWidget : public QObject
 {
     Q_OBJECT
+
+public slots:
+    // Stands in for the browser.
+    void openUrl(const QUrl &url) { m_opened << url; }
 
 private slots:
     void initTestCase()
@@ -76,9 +82,15 @@ private slots:
         m_info->installView(m_panel);
         m_page.show();
         QVERIFY(QTest::qWaitForWindowExposed(&m_page));
+        QDesktopServices::setUrlHandler("https", this, "openUrl");
     }
 
-    void cleanupTestCase() { AppSettings::instance()->setSendMessageKeySequence(m_sendKey); }
+    void cleanupTestCase()
+    {
+        AppSettings::instance()->setSendMessageKeySequence(m_sendKey);
+        AppSettings::instance()->setLinkPreviews(true);
+        QDesktopServices::unsetUrlHandler("https");
+    }
 
     void messagesOfEachType_data()
     {
@@ -451,6 +463,131 @@ private slots:
         QVERIFY(list->viewport()->rect().contains(list->visualRect(last)));
     }
 
+    // The first web address of a message gets its page's card under it, which opens the page.
+    void linkPreviewCards_data()
+    {
+        QTest::addColumn<bool>("own");
+        QTest::addColumn<QString>("page");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("description");
+        QTest::addColumn<QString>("site");
+        QTest::newRow("open graph") << false << "og.html?card"
+                                    << "Ноутбук Aero 14 — обзор и цены"
+                                    << "Лёгкий ноутбук для работы и учёбы: экран 14 дюймов"
+                                    << "Демо-магазин";
+        QTest::newRow("title only") << false << "plain.html?card"
+                                    << "Условия доставки и оплаты"
+                                    << ""
+                                    << "127.0.0.1";
+        QTest::newRow("own message") << true << "og.html?own"
+                                     << "Ноутбук Aero 14 — обзор и цены"
+                                     << "Лёгкий"
+                                     << "Демо-магазин";
+    }
+
+    void linkPreviewCards()
+    {
+        QFETCH(bool, own);
+        QFETCH(QString, page);
+        openChat(kShopChat);
+        const QString url = m_demo.local.baseUrl() + "/test-pages/" + page;
+        if (own) {
+            AppSettings::instance()->setSendMessageKeySequence(AppSettings::EnterToSend);
+            type(input(), "Подробнее здесь: " + url + ".");
+            QTest::keyClick(input(), Qt::Key_Return);
+        } else {
+            QVERIFY(chatService()->visitorWrites({1, 101},
+                                                 kShopChat,
+                                                 "Вот этот, ftp://files.ru/a и " + url));
+        }
+        const QModelIndex index = linkRow(url);
+        QVERIFY(waitUntil([&] { return index.data(ChatMessageModel::LinkPreviewRole).isValid(); },
+                          20000));
+        const LinkPreview preview = index.data(ChatMessageModel::LinkPreviewRole)
+                                        .value<LinkPreview>();
+        QTEST(preview.getTitle(), "title");
+        QFETCH(QString, description);
+        QCOMPARE(preview.getDescription().left(description.size()), description);
+        QTEST(preview.getSite(), "site");
+        // The card lies under the bubble, the whole of it a link to the page.
+        list()->scrollToBottom();
+        const QRect rect = list()->visualRect(index);
+        QPoint card;
+        const int x = own ? rect.right() - 40 : rect.left() + 40;
+        for (int y = rect.bottom() - 4; y > rect.top() && card.isNull(); y -= 4) {
+            list()->viewport()->setCursor(Qt::ArrowCursor);
+            QTest::mouseMove(list()->viewport(), QPoint(x, y));
+            if (list()->viewport()->cursor().shape() == Qt::PointingHandCursor)
+                card = QPoint(x, y);
+        }
+        QVERIFY(!card.isNull());
+        QVERIFY(rect.bottom() - card.y() < 40);
+        if (!preview.getImage().isEmpty())
+            QVERIFY(waitUntil(
+                [&] {
+                    return ResourceManager::getInstance()->fileExists(preview.getImage().toString());
+                },
+                20000));
+        QCoreApplication::processEvents();
+        shot("chat-link-preview-" + QString(QTest::currentDataTag()).replace(' ', '-'), &m_page);
+        m_opened.clear();
+        QTest::mouseClick(list()->viewport(), Qt::LeftButton, Qt::NoModifier, card);
+        QCOMPARE(m_opened, QList<QUrl>{QUrl(url)});
+    }
+
+    // The same page in two messages is asked for once.
+    void samePageFetchedOnce()
+    {
+        openChat(kShopChat);
+        QSignalSpy started(m_view->linkPreviewFetcher(), &LinkPreviewFetcher::started);
+        const QString url = m_demo.local.baseUrl() + "/test-pages/og.html?twice";
+        QVERIFY(chatService()->visitorWrites({1, 101}, kShopChat, "Смотрите " + url));
+        QVERIFY(chatService()->visitorWrites({1, 101}, kShopChat, url + " — вот он ещё раз"));
+        const ChatMessageModel *model = m_view->messageModel();
+        QVERIFY(waitUntil(
+            [&] {
+                int cards = 0;
+                for (int row = 0; row < model->rowCount(); ++row) {
+                    const QModelIndex index = model->index(row);
+                    cards += index.data(ChatMessageModel::WebLinkRole) == url
+                             && index.data(ChatMessageModel::LinkPreviewRole).isValid();
+                }
+                return cards == 2;
+            },
+            20000));
+        QCOMPARE(started.size(), 1);
+    }
+
+    // Turned off in the settings, no page is asked for; turned on again, the card comes.
+    void noPreviewsWhenTurnedOff()
+    {
+        openChat(kShopChat);
+        const auto setInDialog = [](bool enabled) {
+            SettingsDialog dialog;
+            auto *box = dialog.findChild<QCheckBox *>("checkBox_settings_linkPreviews");
+            QCOMPARE(box->isChecked(), !enabled);
+            box->setChecked(enabled);
+            dialog.accept();
+            QCOMPARE(AppSettings::instance()->linkPreviews(), enabled);
+        };
+        setInDialog(false);
+        QSignalSpy started(m_view->linkPreviewFetcher(), &LinkPreviewFetcher::started);
+        const QString url = m_demo.local.baseUrl() + "/test-pages/og.html?off";
+        QVERIFY(chatService()->visitorWrites({1, 101}, kShopChat, "Без превью: " + url));
+        const QModelIndex index = linkRow(url);
+        QVERIFY(index.isValid());
+        QCOMPARE(started.size(), 0);
+        QVERIFY(!index.data(ChatMessageModel::LinkPreviewRole).isValid());
+        // The cards shown before go as well.
+        const ChatMessageModel *model = m_view->messageModel();
+        for (int row = 0; row < model->rowCount(); ++row)
+            QVERIFY(!model->index(row).data(ChatMessageModel::LinkPreviewRole).isValid());
+        setInDialog(true);
+        QCOMPARE(started.size(), 1);
+        QVERIFY(waitUntil([&] { return index.data(ChatMessageModel::LinkPreviewRole).isValid(); },
+                          20000));
+    }
+
     void crmDialogNeedsNameAndContact_data()
     {
         QTest::addColumn<QString>("name");
@@ -592,6 +729,22 @@ private:
         QVERIFY(m_view->messageModel()->rowCount() > 0);
     }
     ChatService *chatService() { return m_demo.local.service()->chatApi()->chatService(); }
+    // The row of the message that links to the URL, once it has arrived.
+    QModelIndex linkRow(const QString &url)
+    {
+        const ChatMessageModel *model = m_view->messageModel();
+        QModelIndex found;
+        waitUntil(
+            [&] {
+                for (int row = model->rowCount() - 1; row >= 0 && !found.isValid(); --row) {
+                    if (model->index(row).data(ChatMessageModel::WebLinkRole) == url)
+                        found = model->index(row);
+                }
+                return found.isValid();
+            },
+            20000);
+        return found;
+    }
     QListView *list() const
     {
         return m_view->findChild<QListView *>("listView_chatWidget_messages");
@@ -630,6 +783,7 @@ private:
     ChatWidget *m_view = nullptr;
     ConversationInfoWidget *m_panel = nullptr;
     AppSettings::SendMessageKeySequence m_sendKey = AppSettings::EnterToSend;
+    QList<QUrl> m_opened;
 };
 
 QTEST_MAIN(TestChatWidget)
