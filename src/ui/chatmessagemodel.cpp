@@ -527,6 +527,12 @@ QSize ChatMessageModel::cachedSize(int row, int width) const
     return m_rows.at(row).size;
 }
 
+void ChatMessageModel::forgetSizes()
+{
+    for (const Row &row : qAsConst(m_rows))
+        row.sizeWidth = -1;
+}
+
 void ChatMessageModel::cacheSize(int row, int width, const QSize &size) const
 {
     if (row < 0 || row >= m_rows.size())

@@ -97,6 +97,9 @@ public:
     // The size the delegate worked out for a row at a viewport width, or an invalid one.
     QSize cachedSize(int row, int width) const;
     void cacheSize(int row, int width, const QSize &size) const;
+    // Drops every kept size, for when a picture the delegate draws from outside the model
+    // arrives or fails.
+    void forgetSizes();
     // The bubbles' first http(s) addresses that want a card, each once, in order.
     QStringList webLinks() const;
     // The card of a page: the bubbles that link to it show it from now on; an empty one shows

@@ -108,6 +108,7 @@ ChatWidget::ChatWidget(QWidget *parent)
     });
     connect(m_delegate, &ChatMessageDelegate::thumbnailReady, this, [this] {
         // A picture's real size replaces its placeholder's.
+        m_model->forgetSizes();
         m_ui->listView_chatWidget_messages->doItemsLayout();
     });
     connect(m_previews, &LinkPreviewFetcher::finished, this, &ChatWidget::showPreview);

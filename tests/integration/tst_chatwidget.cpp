@@ -8,9 +8,11 @@
 #include "controller/conversationinfocontroller.h"
 #include "local/chatapi.h"
 #include "local/chatservice.h"
+#include "local/httprouter.h"
 #include "network/linkpreviewfetcher.h"
 #include "repo/chatrepository.h"
 #include "repo/resourcemanager.h"
+#include "ui/chatmessagedelegate.h"
 #include "ui/chatmessagemodel.h"
 #include "ui/chatwidget.h"
 #include "ui/conversationinfowidget.h"
@@ -533,6 +535,38 @@ private slots:
         m_opened.clear();
         QTest::mouseClick(list()->viewport(), Qt::LeftButton, Qt::NoModifier, card);
         QCOMPARE(m_opened, QList<QUrl>{QUrl(url)});
+    }
+
+    // A card whose picture turns out to be none gives up its place, and the row its height.
+    void cardWithoutItsPicture()
+    {
+        m_demo.local.service()
+            ->router()
+            .addExact("/preview-test/no-picture.html", [](const HttpRequest &) {
+                HttpResponse response(200);
+                response.setBody("<meta property='og:title' content='T'>"
+                                 "<meta property='og:image' "
+                                 "content='/test-pages/plain.html'>",
+                                 "text/html");
+                return response;
+            });
+        openChat(kShopChat);
+        const QString url = m_demo.local.baseUrl() + "/preview-test/no-picture.html";
+        QVERIFY(chatService()->visitorWrites({1, 101}, kShopChat, url));
+        const QModelIndex index = linkRow(url);
+        QVERIFY(waitUntil([&] { return index.data(ChatMessageModel::LinkPreviewRole).isValid(); },
+                          20000));
+        list()->scrollToBottom();
+        const int withPicture = list()->visualRect(index).height();
+        QSignalSpy failed(m_view->findChild<ChatMessageDelegate *>(),
+                          &ChatMessageDelegate::thumbnailReady);
+        // Painting the card asks for its picture.
+        m_page.grab();
+        QVERIFY(waitUntil([&] { return !failed.isEmpty(); }, 20000));
+        // The square took more height than the card's two lines of words.
+        const int without = list()->visualRect(index).height();
+        QVERIFY2(without < withPicture - 16,
+                 qPrintable(QString("%1 %2").arg(without).arg(withPicture)));
     }
 
     // The same page in two messages is asked for once.
