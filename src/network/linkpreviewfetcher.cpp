@@ -2,6 +2,7 @@
 
 #include "util/linkpreviewparser.h"
 
+#include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -30,6 +31,46 @@ QByteArray contentTypeOf(const QNetworkReply *reply)
 }
 
 } // namespace
+
+bool LinkPreviewFetcher::isPrivateHost(const QString &host)
+{
+    const QString name = host.toLower();
+    if (name == QLatin1String("localhost") || name.endsWith(QLatin1String(".localhost"))
+        || name.endsWith(QLatin1String(".local")) || name.endsWith(QLatin1String(".internal"))
+        || (!name.contains(QLatin1Char('.')) && !name.contains(QLatin1Char(':'))))
+        return true;
+    const QHostAddress address(name);
+    if (address.isNull())
+        return false;
+    static const char *const privateRanges[] = {"0.0.0.0/8",
+                                                "10.0.0.0/8",
+                                                "100.64.0.0/10",
+                                                "127.0.0.0/8",
+                                                "169.254.0.0/16",
+                                                "172.16.0.0/12",
+                                                "192.168.0.0/16",
+                                                "::/128",
+                                                "::1/128",
+                                                "fc00::/7",
+                                                "fe80::/10"};
+    QHostAddress checked = address;
+    bool mapped = false;
+    const quint32 ipv4 = address.toIPv4Address(&mapped);
+    if (mapped)
+        checked = QHostAddress(ipv4); // ::ffff:10.0.0.1 is 10.0.0.1
+    for (const char *range : privateRanges) {
+        if (checked.isInSubnet(QHostAddress::parseSubnet(QLatin1String(range))))
+            return true;
+    }
+    return false;
+}
+
+bool LinkPreviewFetcher::mayFetch(const QUrl &url) const
+{
+    return isWebUrl(url)
+           && (!isPrivateHost(url.host())
+               || m_allowedPrivateHosts.contains(url.host(), Qt::CaseInsensitive));
+}
 
 LinkPreviewFetcher::LinkPreviewFetcher(QObject *parent)
     : QObject(parent)
@@ -66,7 +107,7 @@ void LinkPreviewFetcher::fetch(const QString &url)
 {
     if (m_results.contains(url) || isFetching(url))
         return;
-    if (!isWebUrl(QUrl(url))) {
+    if (!mayFetch(QUrl(url))) {
         finish(url, LinkPreview());
         return;
     }
@@ -87,9 +128,10 @@ void LinkPreviewFetcher::start(const QString &url)
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
-    // Redirects stay on http and https and never go from https down to http.
+    // Redirects stay on http and https, never go from https down to http, and never lead
+    // where the page itself could not (checked in redirected() below).
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::NoLessSafeRedirectPolicy);
+                         QNetworkRequest::UserVerifiedRedirectPolicy);
     request.setMaximumRedirectsAllowed(kMaxRedirects);
     request.setHeader(QNetworkRequest::UserAgentHeader,
                       QByteArrayLiteral("Mozilla/5.0 (compatible; TallyraConsole; link preview)"));
@@ -105,6 +147,14 @@ void LinkPreviewFetcher::start(const QString &url)
     fetch.timer->setSingleShot(true);
     // Time out as a whole: a page that trickles in keeps no fetch alive past its limit.
     connect(fetch.timer, &QTimer::timeout, reply, &QNetworkReply::abort);
+    connect(reply, &QNetworkReply::redirected, this, [this, reply](const QUrl &target) {
+        const bool downgrade = reply->url().scheme() == QLatin1String("https")
+                               && target.scheme() != QLatin1String("https");
+        if (!downgrade && mayFetch(target))
+            emit reply->redirectAllowed();
+        else
+            reply->abort();
+    });
     connect(reply, &QNetworkReply::readyRead, this, [this, url] { onReadyRead(url); });
     connect(reply, &QNetworkReply::finished, this, [this, url] { onFinished(url); });
     fetch.timer->start(m_timeoutMs);

@@ -40,6 +40,13 @@ public:
     void fetch(const QString &url);
     bool isFetching(const QString &url) const;
 
+    // A visitor's link must not make the operator's machine reach into its own network: hosts
+    // that are this machine or a private network (by name or address, also as a redirect's
+    // target) are not fetched, except these, the service's own (a development service runs
+    // here). A name that resolves to a private address is not caught.
+    void setAllowedPrivateHosts(const QStringList &hosts) { m_allowedPrivateHosts = hosts; }
+    static bool isPrivateHost(const QString &host);
+
     void setTimeout(int milliseconds) { m_timeoutMs = milliseconds; }
     void setMaxBytes(qint64 bytes) { m_maxBytes = bytes; }
 
@@ -64,7 +71,10 @@ private:
     void onFinished(const QString &url);
     void finish(const QString &url, const LinkPreview &preview);
 
+    bool mayFetch(const QUrl &url) const;
+
     QNetworkAccessManager *m_manager;
+    QStringList m_allowedPrivateHosts;
     QHash<QString, LinkPreview> m_results;
     QHash<QString, Fetch> m_running;
     QStringList m_waiting;

@@ -54,6 +54,10 @@ ChatWidget::ChatWidget(QWidget *parent)
 {
     m_ui->setupUi(this);
     setAcceptDrops(true);
+    const AppSettings *settings = AppSettings::instance();
+    m_previews->setAllowedPrivateHosts(
+        {QUrl(QStringLiteral("https://") + settings->getApiHost()).host(),
+         QUrl(settings->getFirebaseDatabaseUrl()).host()});
 
     QListView *list = m_ui->listView_chatWidget_messages;
     list->setModel(m_model);

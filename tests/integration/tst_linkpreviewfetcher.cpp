@@ -67,6 +67,7 @@ private slots:
         QFETCH(int, timeoutMs);
         QFETCH(QString, card);
         LinkPreviewFetcher fetcher;
+        fetcher.setAllowedPrivateHosts({"127.0.0.1"}); // the local service's own pages
         fetcher.setTimeout(timeoutMs);
         QSignalSpy finished(&fetcher, &LinkPreviewFetcher::finished);
         const QString url = m_local.baseUrl() + path;
@@ -106,6 +107,7 @@ private slots:
             });
         });
         LinkPreviewFetcher fetcher;
+        fetcher.setAllowedPrivateHosts({"127.0.0.1"}); // the local service's own pages
         fetcher.setTimeout(600000);
         QSignalSpy finished(&fetcher, &LinkPreviewFetcher::finished);
         fetcher.fetch(QString("http://127.0.0.1:%1/").arg(server.serverPort()));
@@ -114,6 +116,32 @@ private slots:
     }
 
     // Whoever asks while a page is on its way, and after, shares its one fetch; a failure too.
+    // A page may not send the fetch on to where the link itself could not lead.
+    void redirectsToPrivateHostsAreNotFollowed()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        int requests = 0;
+        connect(&server, &QTcpServer::newConnection, this, [&] {
+            QTcpSocket *socket = server.nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, socket, [&, socket] {
+                socket->readAll();
+                ++requests;
+                socket->write(QString("HTTP/1.1 302 Found\r\nLocation: http://localhost:%1/\r\n"
+                                      "Content-Length: 0\r\n\r\n")
+                                  .arg(server.serverPort())
+                                  .toLatin1());
+            });
+        });
+        LinkPreviewFetcher fetcher;
+        fetcher.setAllowedPrivateHosts({"127.0.0.1"});
+        QSignalSpy finished(&fetcher, &LinkPreviewFetcher::finished);
+        fetcher.fetch(QString("http://127.0.0.1:%1/").arg(server.serverPort()));
+        QVERIFY(waitUntil([&] { return !finished.isEmpty(); }, 30000));
+        QVERIFY(finished.at(0).at(1).value<LinkPreview>().isEmpty());
+        QCOMPARE(requests, 1);
+    }
+
     void onePagePerRun_data()
     {
         QTest::addColumn<QString>("path");
@@ -125,6 +153,7 @@ private slots:
     {
         QFETCH(QString, path);
         LinkPreviewFetcher fetcher;
+        fetcher.setAllowedPrivateHosts({"127.0.0.1"}); // the local service's own pages
         QSignalSpy started(&fetcher, &LinkPreviewFetcher::started);
         QSignalSpy finished(&fetcher, &LinkPreviewFetcher::finished);
         const QString url = m_local.baseUrl() + path;
@@ -141,6 +170,7 @@ private slots:
     void fewAtOnce()
     {
         LinkPreviewFetcher fetcher;
+        fetcher.setAllowedPrivateHosts({"127.0.0.1"}); // the local service's own pages
         fetcher.setTimeout(200);
         QSignalSpy started(&fetcher, &LinkPreviewFetcher::started);
         QSignalSpy finished(&fetcher, &LinkPreviewFetcher::finished);
@@ -155,12 +185,29 @@ private slots:
     void onlyWebAddresses()
     {
         LinkPreviewFetcher fetcher;
+        fetcher.setAllowedPrivateHosts({"127.0.0.1"}); // the local service's own pages
         QSignalSpy started(&fetcher, &LinkPreviewFetcher::started);
         QSignalSpy finished(&fetcher, &LinkPreviewFetcher::finished);
-        for (const char *url : {"ftp://127.0.0.1/a.html", "file:///etc/hosts", "https://"})
+        // Nor this machine or a private network, but for the hosts allowed.
+        for (const char *url : {"ftp://127.0.0.1/a.html",
+                                "file:///etc/hosts",
+                                "https://",
+                                "http://localhost:8443/",
+                                "http://127.0.0.2/",
+                                "https://10.1.2.3/",
+                                "https://172.20.0.1/",
+                                "https://192.168.1.1/",
+                                "https://169.254.169.254/latest/meta-data/",
+                                "https://[::1]/",
+                                "https://[::ffff:10.0.0.1]/",
+                                "https://[fd00::1]/",
+                                "https://wiki/",
+                                "https://printer.local/"})
             fetcher.fetch(url);
         QCOMPARE(started.size(), 0);
-        QCOMPARE(finished.size(), 3);
+        QCOMPARE(finished.size(), 14);
+        for (const char *host : {"example.com", "8.8.8.8", "172.32.0.1", "2001:db8::1"})
+            QVERIFY2(!LinkPreviewFetcher::isPrivateHost(host), host);
         for (const QList<QVariant> &arguments : qAsConst(finished))
             QVERIFY(arguments.at(1).value<LinkPreview>().isEmpty());
     }
@@ -168,6 +215,7 @@ private slots:
     void noCookies()
     {
         LinkPreviewFetcher fetcher;
+        fetcher.setAllowedPrivateHosts({"127.0.0.1"}); // the local service's own pages
         QSignalSpy finished(&fetcher, &LinkPreviewFetcher::finished);
         m_cookies.clear();
         // The cookie comes with a redirect; then the next page is asked for on its own.
@@ -186,6 +234,7 @@ private slots:
         untrusting.setCaCertificates(QSslConfiguration::systemCaCertificates());
         QSslConfiguration::setDefaultConfiguration(untrusting);
         LinkPreviewFetcher fetcher;
+        fetcher.setAllowedPrivateHosts({"127.0.0.1"}); // the local service's own pages
         QSignalSpy finished(&fetcher, &LinkPreviewFetcher::finished);
         fetcher.fetch(m_local.baseUrl() + "/test-pages/og.html?untrusted");
         const bool ended = waitUntil([&] { return !finished.isEmpty(); }, 30000);
