@@ -207,7 +207,7 @@ private slots:
         QCOMPARE(settings->sendMessageKeySequence(), AppSettings::EnterToSend);
     }
 
-    void startupFontMapsToShippedMediumFace()
+    void startupFontsMapToShippedFaces()
     {
         const QStringList families = AppFonts::addResourceFonts();
         QVERIFY2(families.contains(QStringLiteral("Inter")), qPrintable(families.join(',')));
@@ -220,6 +220,12 @@ private slots:
         italic.setItalic(true);
         QCOMPARE(QFontInfo(italic).family(), QStringLiteral("Inter Light"));
         QVERIFY(QFontInfo(italic).italic());
+        // Every configured weight has a face of its own, whatever weight the style asks for.
+        for (const char *weight : {"100", "300", "700", "900"}) {
+            const QFont face(QStringLiteral("Museo Sans Cyrl ") + QLatin1String(weight), 12, 500);
+            QVERIFY2(QFontInfo(face).family().startsWith(QStringLiteral("Inter ")),
+                     qPrintable(QFontInfo(face).family()));
+        }
         // Cyrillic is covered, so Russian texts need no fallback font.
         QVERIFY(QRawFont::fromFont(font).supportsCharacter(QChar(0x0436))); // ж
     }
