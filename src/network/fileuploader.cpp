@@ -39,10 +39,10 @@ FileUploader *FileUploader::getInstance()
 
 FileUploader::FileUploader()
     : m_apiHost(AppSettings::instance()->getApiHost())
-    , m_manager(new QNetworkAccessManager(this))
-{
-    m_manager->setTransferTimeout(kTransferTimeoutMs);
-}
+    , m_manager(this, [](QNetworkAccessManager *manager) {
+        manager->setTransferTimeout(kTransferTimeoutMs);
+    })
+{}
 
 FileUploaderNotifier *FileUploader::uploadFile(const QString &chatId, const QString &filePath)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "network/lazynetworkaccess.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QList>
@@ -57,7 +59,7 @@ private:
     void forget(FileUploaderNotifier *notifier);
 
     QString m_apiHost;
-    QNetworkAccessManager *m_manager;
+    LazyNetworkAccess m_manager;
     QByteArray m_token;
     QHash<QString, QList<FileUploaderNotifier *>> m_uploads;
 };

@@ -79,14 +79,12 @@ FirebaseClient::FirebaseClient(const QString &databaseUrl,
     , m_apiKey(apiKey)
     , m_databaseNamespace(databaseNamespace)
     , m_authDomain(authDomain)
-    , m_manager(new QNetworkAccessManager(this))
-{
     // A redirect is returned as it is: the database never redirects a valid request, and the
     // token must not follow a redirect to another host.
-    m_manager->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
-    m_manager->clearAccessCache();
-    m_manager->clearConnectionCache();
-
+    , m_manager(this, [](QNetworkAccessManager *manager) {
+        manager->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+    })
+{
     m_connectionTimer.setInterval(10000);
     connect(&m_connectionTimer, &QTimer::timeout, this, &FirebaseClient::checkConnection);
     m_connectionTimer.start();

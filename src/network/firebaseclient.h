@@ -1,6 +1,7 @@
 #pragma once
 
 #include "network/firebasereply.h"
+#include "network/lazynetworkaccess.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -166,7 +167,7 @@ private:
     bool m_signedIn = false;
     QTimer m_refreshWatchdog;
     QDateTime m_lastTokenRefresh;
-    QNetworkAccessManager *m_manager;
+    LazyNetworkAccess m_manager;
 
     QString m_identityUrl;
     QString m_tokenUrl;

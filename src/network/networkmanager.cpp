@@ -45,7 +45,7 @@ QPointer<NetworkManager> NetworkManager::s_instance;
 NetworkManager::NetworkManager(QObject *parent)
     : QObject(parent)
     , m_apiHost(AppSettings::instance()->getApiHost())
-    , m_manager(new QNetworkAccessManager(this))
+    , m_manager(this)
     , m_chatRepository(ChatRepository::getInstance())
     , m_chatsRepository(ChatsRepository::getInstance())
     , m_usersRepository(UsersRepository::getInstance())

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "network/firebasereply.h"
+#include "network/lazynetworkaccess.h"
 #include "records/apichatinfo.h"
 #include "records/firebasechat.h"
 #include "records/firebaseuser.h"
@@ -184,7 +185,7 @@ private:
     static QPointer<NetworkManager> s_instance;
 
     QString m_apiHost;
-    QNetworkAccessManager *m_manager;
+    LazyNetworkAccess m_manager;
     FirebaseClient *m_firebase;
     int m_serviceId = 0;
     QByteArray m_token;

@@ -44,11 +44,11 @@ QPointer<ResourceManager> ResourceManager::s_instance;
 
 ResourceManager::ResourceManager(QObject *parent)
     : QObject(parent)
-    , m_manager(new QNetworkAccessManager(this))
-{
-    m_manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
-    m_manager->setTransferTimeout(kTransferTimeoutMs);
-}
+    , m_manager(this, [](QNetworkAccessManager *manager) {
+        manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+        manager->setTransferTimeout(kTransferTimeoutMs);
+    })
+{}
 
 void ResourceManager::init(QObject *parent)
 {

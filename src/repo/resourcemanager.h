@@ -1,5 +1,6 @@
 #pragma once
 
+#include "network/lazynetworkaccess.h"
 #include "repo/resourcenotifier.h"
 
 #include <QHash>
@@ -74,7 +75,7 @@ private:
 
     static QPointer<ResourceManager> s_instance;
 
-    QNetworkAccessManager *m_manager;
+    LazyNetworkAccess m_manager;
     QHash<QString, ResourceNotifier *> m_resources;
     QHash<QNetworkReply *, QString> m_resourceReplies;
     QHash<QString, DownloadNotifier *> m_downloads;

@@ -335,10 +335,10 @@ private slots:
         auto client = makeClient(m_local);
         client->setProbeUrl(url);
         QSignalSpy states(client.get(), &FirebaseClient::connectionChanged);
+        // The client makes its network access manager at its first request.
+        client->checkConnection();
         QSignalSpy answers(client->findChild<QNetworkAccessManager *>(),
                            &QNetworkAccessManager::finished);
-
-        client->checkConnection();
         QVERIFY(answers.wait(5000));
         client->checkConnection();
         // A probe not answered by the next tick is a loss too, and the tick after probes afresh.
@@ -520,9 +520,9 @@ private slots:
         auto client = makeClient(m_local, "https://" + m_fake->host());
         client->setClock([&now] { return now; });
         QSignalSpy states(client.get(), &FirebaseClient::connectionChanged);
+        QVERIFY(client->setToken(customToken()));
         QSignalSpy answers(client->findChild<QNetworkAccessManager *>(),
                            &QNetworkAccessManager::finished);
-        QVERIFY(client->setToken(customToken()));
         m_fake->refusing = true;
         QVERIFY(client->subscribe("/x", &m_recorder, "onEvent"));
         client->subscription("/x")->setReconnectInterval(50);
