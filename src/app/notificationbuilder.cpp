@@ -1,10 +1,38 @@
 #include "app/notificationbuilder.h"
 
 #include "app/appsettings.h"
-
+#include "app/soundplayer.h"
 #include "ui/notificationwindow.h"
 
-#include <QMediaPlayer>
+#include <QCoreApplication>
+#include <QDebug>
+#include <QPluginLoader>
+
+namespace {
+
+// The sound player plugin, loaded once: beside the program, in a macOS bundle's plug-ins, or in
+// the build tree. Without it the console stays silent.
+SoundPlayer *soundPlayer()
+{
+    static SoundPlayer *player = []() -> SoundPlayer * {
+        const QString program = QCoreApplication::applicationDirPath();
+        const QStringList directories = {program,
+                                         program + QStringLiteral("/../PlugIns"),
+                                         QStringLiteral(TALLYRA_PLUGIN_DIR)};
+        QString error;
+        for (const QString &directory : directories) {
+            QPluginLoader loader(directory + QStringLiteral("/tallyra_sound"));
+            if (auto *found = qobject_cast<SoundPlayer *>(loader.instance()))
+                return found;
+            error = loader.errorString();
+        }
+        qWarning() << "NO SOUND PLAYER:" << error;
+        return nullptr;
+    }();
+    return player;
+}
+
+} // namespace
 
 NotificationWindow *NotificationBuilder::buildNotification(const QString &title,
                                                            const QString &text,
@@ -45,13 +73,15 @@ QUrl NotificationBuilder::soundUrl(const QString &name)
     return QUrl(QStringLiteral("qrc:/resources/sounds/%1.mp3").arg(name));
 }
 
+bool NotificationBuilder::soundPlayerAvailable()
+{
+    return soundPlayer() != nullptr;
+}
+
 void NotificationBuilder::playSound(QString name)
 {
     if (name.isEmpty() || !AppSettings::instance()->soundsEnabled())
         return;
-    // One player for the process, never freed: sounds are short and cut each other off.
-    static QMediaPlayer *player = new QMediaPlayer();
-    player->stop();
-    player->setMedia(soundUrl(name));
-    player->play();
+    if (SoundPlayer *player = soundPlayer())
+        player->play(soundUrl(name));
 }

@@ -29,4 +29,6 @@ public:
     static void playSound(QString name);
     // The URL that playSound gives the player for a name.
     static QUrl soundUrl(const QString &name);
+    // Whether the sound player plugin is there (loading it if not yet loaded).
+    static bool soundPlayerAvailable();
 };

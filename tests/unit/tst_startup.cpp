@@ -248,6 +248,8 @@ private slots:
         }
         // An empty name plays nothing and does not fail.
         NotificationBuilder::playSound(QString());
+        // The player is a plugin beside the program, loaded at the first sound.
+        QVERIFY(NotificationBuilder::soundPlayerAvailable());
     }
 };
 
