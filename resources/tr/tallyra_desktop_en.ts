@@ -877,43 +877,7 @@
         </message>
     </context>
     <context>
-        <name>MainWindow</name>
-        <message>
-            <source>Tallyra Онлайн чат</source>
-            <translation>Tallyra Online Chat</translation>
-        </message>
-        <message>
-            <source>Вход в онлайн чат</source>
-            <translation>Sign in to the online chat</translation>
-        </message>
-        <message>
-            <source>Email</source>
-            <translation>Email</translation>
-        </message>
-        <message>
-            <source>you@company.ru</source>
-            <translation>you@company.com</translation>
-        </message>
-        <message>
-            <source>Пароль</source>
-            <translation>Password</translation>
-        </message>
-        <message>
-            <source>Запомнить меня</source>
-            <translation>Remember me</translation>
-        </message>
-        <message>
-            <source>Войти</source>
-            <translation>Sign in</translation>
-        </message>
-        <message>
-            <source>Выберите сервис для входа</source>
-            <translation>Choose a service to sign in to</translation>
-        </message>
-        <message>
-            <source>Назад к входу</source>
-            <translation>Back to sign-in</translation>
-        </message>
+        <name>MainPage</name>
         <message>
             <source>Tallyra</source>
             <translation>Tallyra</translation>
@@ -957,6 +921,45 @@
         <message>
             <source>Выберите диалог в списке слева</source>
             <translation>Choose a conversation in the list on the left</translation>
+        </message>
+    </context>
+    <context>
+        <name>MainWindow</name>
+        <message>
+            <source>Tallyra Онлайн чат</source>
+            <translation>Tallyra Online Chat</translation>
+        </message>
+        <message>
+            <source>Вход в онлайн чат</source>
+            <translation>Sign in to the online chat</translation>
+        </message>
+        <message>
+            <source>Email</source>
+            <translation>Email</translation>
+        </message>
+        <message>
+            <source>you@company.ru</source>
+            <translation>you@company.com</translation>
+        </message>
+        <message>
+            <source>Пароль</source>
+            <translation>Password</translation>
+        </message>
+        <message>
+            <source>Запомнить меня</source>
+            <translation>Remember me</translation>
+        </message>
+        <message>
+            <source>Войти</source>
+            <translation>Sign in</translation>
+        </message>
+        <message>
+            <source>Выберите сервис для входа</source>
+            <translation>Choose a service to sign in to</translation>
+        </message>
+        <message>
+            <source>Назад к входу</source>
+            <translation>Back to sign-in</translation>
         </message>
         <message>
             <source>Показать пароль</source>

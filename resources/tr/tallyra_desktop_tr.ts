@@ -877,43 +877,7 @@
     </message>
 </context>
 <context>
-    <name>MainWindow</name>
-    <message>
-        <source>Tallyra Онлайн чат</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Вход в онлайн чат</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Email</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>you@company.ru</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Пароль</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Запомнить меня</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Войти</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Выберите сервис для входа</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Назад к входу</source>
-        <translation type="unfinished"></translation>
-    </message>
+    <name>MainPage</name>
     <message>
         <source>Tallyra</source>
         <translation type="unfinished"></translation>
@@ -956,6 +920,45 @@
     </message>
     <message>
         <source>Выберите диалог в списке слева</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>MainWindow</name>
+    <message>
+        <source>Tallyra Онлайн чат</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Вход в онлайн чат</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>you@company.ru</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Пароль</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Запомнить меня</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Войти</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Выберите сервис для входа</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Назад к входу</source>
         <translation type="unfinished"></translation>
     </message>
     <message>

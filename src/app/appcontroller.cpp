@@ -220,33 +220,9 @@ void AppController::Init()
     connect(m_usersRepository, &UsersRepository::userKeysChanged, window, [this] {
         m_mainWindow->onUsersOnlineChanged(m_usersRepository->getUsers());
     });
-    // The window's own list and strips.
-    m_conversationListController->installView(window->conversationList());
-    m_openChatsController->installView(window->horizontalOpenChats());
-    m_openChatsController->installView(window->verticalOpenChats());
-    // The list starts on the operator's own dialogs.
-    window->setChatsPage(Util::CategoryMy);
-    // The open chat beside its info panel, and the three pages; the window owns them.
-    auto *chatView = new ChatWidget;
-    auto *infoView = new ConversationInfoWidget;
-    installChatView(chatView);
-    installConversationInfoView(infoView);
-    window->setChatWidgets(chatView, infoView);
-    window->setPageFactory(MainWindow::VisitorsPage, [this] {
-        auto *page = new VisitorsOnlineWidget;
-        installVisitorsOnlineView(page);
-        return page;
-    });
-    window->setPageFactory(MainWindow::HistoryPage, [this] {
-        auto *page = new ChatHistoryWidget;
-        installChatHistoryViews(page, page->messagesWidget());
-        return page;
-    });
-    window->setPageFactory(MainWindow::OfflinePage, [this] {
-        auto *page = new OfflineMessagesWidget;
-        installOfflineMessagesView(page);
-        return page;
-    });
+    // The views go into the window's main page once it is built: after the sign-in form's
+    // first frame, or at the first call that needs it.
+    connect(window, &MainWindow::mainPageCreated, this, &AppController::installMainPageViews);
     m_prompts = std::make_unique<MessageBoxPrompts>();
     setPrompts(m_prompts.get());
 
@@ -311,6 +287,38 @@ void AppController::Init()
     openWindow();
     // 11.
     startupLogin();
+}
+
+void AppController::installMainPageViews()
+{
+    MainWindow *window = m_mainWindow.get();
+    // The window's own list and strips.
+    m_conversationListController->installView(window->conversationList());
+    m_openChatsController->installView(window->horizontalOpenChats());
+    m_openChatsController->installView(window->verticalOpenChats());
+    // The list starts on the operator's own dialogs.
+    window->setChatsPage(Util::CategoryMy);
+    // The open chat beside its info panel, and the three pages; the window owns them.
+    auto *chatView = new ChatWidget;
+    auto *infoView = new ConversationInfoWidget;
+    installChatView(chatView);
+    installConversationInfoView(infoView);
+    window->setChatWidgets(chatView, infoView);
+    window->setPageFactory(MainWindow::VisitorsPage, [this] {
+        auto *page = new VisitorsOnlineWidget;
+        installVisitorsOnlineView(page);
+        return page;
+    });
+    window->setPageFactory(MainWindow::HistoryPage, [this] {
+        auto *page = new ChatHistoryWidget;
+        installChatHistoryViews(page, page->messagesWidget());
+        return page;
+    });
+    window->setPageFactory(MainWindow::OfflinePage, [this] {
+        auto *page = new OfflineMessagesWidget;
+        installOfflineMessagesView(page);
+        return page;
+    });
 }
 
 void AppController::installChatView(ChatView *view)

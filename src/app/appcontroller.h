@@ -102,6 +102,8 @@ signals:
     void noticeShown(QString title, QString text, QString sound);
 
 private:
+    // The list, the strips, the chat view with its panel and the other pages' factories.
+    void installMainPageViews();
     void refreshCounters();
     void showChatNotice(const QString &chatId,
                         const QString &title,

@@ -38,10 +38,17 @@ bool StartupReport::requested()
 StartupReport::StartupReport(MainWindow *window, QObject *parent)
     : QObject(parent)
     , m_window(window)
-    , m_listViewport(window->conversationList()->listView()->viewport())
 {
     m_window->installEventFilter(this);
-    m_listViewport->installEventFilter(this);
+    // The list is on the main page, which is built after the first frame.
+    const auto watchList = [this] {
+        m_listViewport = m_window->conversationList()->listView()->viewport();
+        m_listViewport->installEventFilter(this);
+    };
+    if (m_window->hasMainPage())
+        watchList();
+    else
+        connect(m_window, &MainWindow::mainPageCreated, this, watchList);
     connect(UsersRepository::getInstance(), &UsersRepository::initialized, this, [this] {
         onInitialized(Users);
     });

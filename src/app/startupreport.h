@@ -30,7 +30,7 @@ private:
     void reportLater(const QByteArray &milestone, const QByteArray &detail = QByteArray());
 
     MainWindow *m_window;
-    QWidget *m_listViewport;
+    QWidget *m_listViewport = nullptr;
     bool m_shown = false;
     bool m_listed = false;
     int m_initialized = 0;

@@ -1,4 +1,5 @@
 #include "ui/mainwindow.h"
+#include "ui_mainpage.h"
 #include "ui_mainwindow.h"
 
 #include "app/appsettings.h"
@@ -23,7 +24,9 @@
 #include <QPainter>
 #include <QShortcut>
 #include <QStyle>
+#include <QSvgRenderer>
 #include <QSystemTrayIcon>
+#include <QTimer>
 #include <QToolButton>
 
 namespace {
@@ -31,6 +34,21 @@ namespace {
 QIcon icon(const QString &name, const QString &tone)
 {
     return QIcon(QStringLiteral(":/resources/images/icons/%1-%2.svg").arg(name, tone));
+}
+
+// The sign-in form's icon, drawn here: through QIcon an SVG file loads Qt's SVG icon plug-in,
+// which would hold up the form's first frame.
+QIcon drawnIcon(const QString &name, const QString &tone, int size)
+{
+    QSvgRenderer renderer(QStringLiteral(":/resources/images/icons/%1-%2.svg").arg(name, tone));
+    const qreal ratio = qApp->devicePixelRatio();
+    QPixmap pixmap(QSize(size, size) * ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    renderer.render(&painter);
+    painter.end();
+    pixmap.setDevicePixelRatio(ratio);
+    return QIcon(pixmap);
 }
 
 void repolish(QWidget *widget)
@@ -55,39 +73,70 @@ int MainWindow::widthState(int width)
 MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent)
     , m_ui(std::make_unique<Ui::MainWindow>())
-    , m_conversationList(new ConversationListWidget(this))
-    , m_openChatsHorizontal(new OpenChatsStrip(Qt::Horizontal, this))
-    , m_openChatsVertical(new OpenChatsStrip(Qt::Vertical, this))
-    , m_categories(new QButtonGroup(this))
     , m_tray(new QSystemTrayIcon(this))
     , m_trayMenu(new QMenu(this))
-    , m_cardMenu(new QMenu(this))
     , m_statusGroup(new QActionGroup(this))
 {
     m_ui->setupUi(this);
     const QIcon appIcon(QPixmap::fromImage(Util::appIcon()));
     setWindowIcon(appIcon);
-    m_ui->verticalLayout_conversationListHost->addWidget(m_conversationList);
-    m_ui->horizontalLayout_openChatsHorizontalHost->addWidget(m_openChatsHorizontal);
-    m_ui->verticalLayout_openChatsVerticalHost->addWidget(m_openChatsVertical);
     m_blackoutOverlay = new BlackoutOverlay(m_ui->centralWidget_mainWindow);
 
     setUpSignIn();
-    setUpMenu();
+    setUpActions();
     setUpTray();
-    setUpShortcuts();
 
-    m_ui->label_connectionBanner->hide();
-    m_ui->stackedWidget_chat->setCurrentWidget(m_ui->page_chatEmpty);
     m_ui->stackedWidget_main->setCurrentIndex(0);
     m_ui->stackedWidget_signIn->setCurrentIndex(0);
     qApp->installEventFilter(this);
-    applySizeState(widthState(width()));
+    m_sizeState = widthState(width());
 }
 
 MainWindow::~MainWindow()
 {
     qApp->removeEventFilter(this);
+}
+
+void MainWindow::ensureMainPage()
+{
+    if (m_page)
+        return;
+    m_page = std::make_unique<Ui::MainPage>();
+    m_page->setupUi(m_ui->page_main);
+    m_conversationList = new ConversationListWidget(m_ui->page_main);
+    m_openChatsHorizontal = new OpenChatsStrip(Qt::Horizontal, m_ui->page_main);
+    m_openChatsVertical = new OpenChatsStrip(Qt::Vertical, m_ui->page_main);
+    m_categories = new QButtonGroup(this);
+    m_cardMenu = new QMenu(this);
+    m_page->verticalLayout_conversationListHost->addWidget(m_conversationList);
+    m_page->horizontalLayout_openChatsHorizontalHost->addWidget(m_openChatsHorizontal);
+    m_page->verticalLayout_openChatsVerticalHost->addWidget(m_openChatsVertical);
+
+    setUpMenu();
+    setUpShortcuts();
+
+    m_page->label_connectionBanner->setVisible(m_disconnected);
+    m_page->stackedWidget_chat->setCurrentWidget(m_page->page_chatEmpty);
+    applySizeState(m_sizeState);
+    emit mainPageCreated();
+}
+
+ConversationListWidget *MainWindow::conversationList()
+{
+    ensureMainPage();
+    return m_conversationList;
+}
+
+OpenChatsStrip *MainWindow::horizontalOpenChats()
+{
+    ensureMainPage();
+    return m_openChatsHorizontal;
+}
+
+OpenChatsStrip *MainWindow::verticalOpenChats()
+{
+    ensureMainPage();
+    return m_openChatsVertical;
 }
 
 void MainWindow::setUpSignIn()
@@ -96,8 +145,9 @@ void MainWindow::setUpSignIn()
     m_ui->label_login_error->hide();
     m_ui->lineEdit_login->setPlaceholderText(tr("you@company.ru"));
     // The eye shows and hides the password.
-    QAction *eye = m_ui->lineEdit_password->addAction(icon(QStringLiteral("eye"),
-                                                           QStringLiteral("muted")),
+    QAction *eye = m_ui->lineEdit_password->addAction(drawnIcon(QStringLiteral("eye"),
+                                                                QStringLiteral("muted"),
+                                                                32),
                                                       QLineEdit::TrailingPosition);
     eye->setToolTip(tr("Показать пароль"));
     connect(eye, &QAction::triggered, this, [this, eye] {
@@ -114,18 +164,51 @@ void MainWindow::setUpSignIn()
     connect(m_ui->pushButton_franchiseBack, &QPushButton::clicked, this, &MainWindow::showLoginForm);
 }
 
+void MainWindow::setUpActions()
+{
+    // The operator's statuses, settings, sign-out and quit: the card's menu and the tray's.
+    m_online = new QAction(tr("В сети"), this);
+    m_online->setObjectName(QStringLiteral("trayAction_userOnline"));
+    m_away = new QAction(tr("Нет на месте"), this);
+    m_away->setObjectName(QStringLiteral("trayAction_userAway"));
+    m_logout = new QAction(tr("Выйти"), this);
+    m_logout->setObjectName(QStringLiteral("trayAction_logout"));
+    m_quit = new QAction(tr("Закрыть приложение"), this);
+    m_quit->setObjectName(QStringLiteral("trayAction_quit"));
+    m_settings = new QAction(icon(QStringLiteral("settings"), QStringLiteral("text")),
+                             tr("Настройки…"),
+                             this);
+    for (QAction *status : {m_online, m_away}) {
+        status->setCheckable(true);
+        status->setEnabled(false);
+        m_statusGroup->addAction(status);
+    }
+    m_statusGroup->setExclusive(true);
+    m_logout->setEnabled(false);
+    connect(m_online, &QAction::triggered, this, [this] { emit userOnline(true); });
+    connect(m_away, &QAction::triggered, this, [this] { emit userOnline(false); });
+    connect(m_logout, &QAction::triggered, this, &MainWindow::onLogout);
+    connect(m_settings, &QAction::triggered, this, &MainWindow::openSettings);
+    connect(m_quit, &QAction::triggered, this, [this] {
+        QApplication::setQuitOnLastWindowClosed(true);
+        m_closing = true;
+        close();
+    });
+}
+
 void MainWindow::setUpMenu()
 {
-    m_ui->label_sideMenu_logo->setPixmap(QIcon(QPixmap::fromImage(Util::appIcon())).pixmap(32, 32));
+    m_page->label_sideMenu_logo->setPixmap(
+        QIcon(QPixmap::fromImage(Util::appIcon())).pixmap(32, 32));
     const struct
     {
         QPushButton *button;
         const char *icon;
         Page page;
-    } items[] = {{m_ui->menuItem_chat, "message-circle", ChatsPage},
-                 {m_ui->menuItem_usersOnline, "users", VisitorsPage},
-                 {m_ui->menuItem_dialogsHistory, "history", HistoryPage},
-                 {m_ui->menuItem_offlineRequests, "inbox", OfflinePage}};
+    } items[] = {{m_page->menuItem_chat, "message-circle", ChatsPage},
+                 {m_page->menuItem_usersOnline, "users", VisitorsPage},
+                 {m_page->menuItem_dialogsHistory, "history", HistoryPage},
+                 {m_page->menuItem_offlineRequests, "inbox", OfflinePage}};
     for (const auto &item : items) {
         QIcon menuIcon;
         menuIcon.addFile(QStringLiteral(":/resources/images/icons/%1-menu.svg")
@@ -156,12 +239,12 @@ void MainWindow::setUpMenu()
         label->hide();
         return label;
     };
-    m_chatCount = badge(m_ui->menuItem_chat, "label_pushButton_chatCount");
-    m_visitorCount = badge(m_ui->menuItem_usersOnline, "label_pushButton_visitorCount");
+    m_chatCount = badge(m_page->menuItem_chat, "label_pushButton_chatCount");
+    m_visitorCount = badge(m_page->menuItem_usersOnline, "label_pushButton_visitorCount");
 
-    m_categories->addButton(m_ui->pushButton_chatsMy, Util::CategoryMy);
-    m_categories->addButton(m_ui->pushButton_chatsForeign, Util::CategoryNotMy);
-    m_categories->addButton(m_ui->pushButton_chatsMissed, Util::CategoryMissed);
+    m_categories->addButton(m_page->pushButton_chatsMy, Util::CategoryMy);
+    m_categories->addButton(m_page->pushButton_chatsForeign, Util::CategoryNotMy);
+    m_categories->addButton(m_page->pushButton_chatsMissed, Util::CategoryMissed);
     m_categories->setExclusive(true);
     connect(m_categories, &QButtonGroup::idClicked, this, [this](int id) {
         m_category = id;
@@ -176,47 +259,22 @@ void MainWindow::setUpMenu()
             emit categoryMissed();
         }
     });
-    connect(m_ui->pushButton_chat_back, &QPushButton::clicked, this, &MainWindow::buttonBackClicked);
-    m_ui->pushButton_chat_back->setIcon(
+    connect(m_page->pushButton_chat_back,
+            &QPushButton::clicked,
+            this,
+            &MainWindow::buttonBackClicked);
+    m_page->pushButton_chat_back->setIcon(
         icon(QStringLiteral("chevron-left"), QStringLiteral("accent")));
 
-    // The operator card: statuses, settings and sign-out.
-    m_online = new QAction(tr("В сети"), this);
-    m_online->setObjectName(QStringLiteral("trayAction_userOnline"));
-    m_away = new QAction(tr("Нет на месте"), this);
-    m_away->setObjectName(QStringLiteral("trayAction_userAway"));
-    m_logout = new QAction(tr("Выйти"), this);
-    m_logout->setObjectName(QStringLiteral("trayAction_logout"));
-    m_quit = new QAction(tr("Закрыть приложение"), this);
-    m_quit->setObjectName(QStringLiteral("trayAction_quit"));
-    m_settings = new QAction(icon(QStringLiteral("settings"), QStringLiteral("text")),
-                             tr("Настройки…"),
-                             this);
-    for (QAction *status : {m_online, m_away}) {
-        status->setCheckable(true);
-        status->setEnabled(false);
-        m_statusGroup->addAction(status);
-    }
-    m_statusGroup->setExclusive(true);
-    m_logout->setEnabled(false);
-    connect(m_online, &QAction::triggered, this, [this] { emit userOnline(true); });
-    connect(m_away, &QAction::triggered, this, [this] { emit userOnline(false); });
-    connect(m_logout, &QAction::triggered, this, &MainWindow::onLogout);
-    connect(m_settings, &QAction::triggered, this, &MainWindow::openSettings);
-    connect(m_quit, &QAction::triggered, this, [this] {
-        QApplication::setQuitOnLastWindowClosed(true);
-        m_closing = true;
-        close();
-    });
     m_cardMenu->addAction(m_online);
     m_cardMenu->addAction(m_away);
     m_cardMenu->addSeparator();
     m_cardMenu->addAction(m_settings);
     m_cardMenu->addAction(m_logout);
-    m_ui->toolButton_operatorCard_menu->setMenu(m_cardMenu);
-    m_ui->toolButton_operatorCard_menu->setIcon(
+    m_page->toolButton_operatorCard_menu->setMenu(m_cardMenu);
+    m_page->toolButton_operatorCard_menu->setIcon(
         icon(QStringLiteral("chevron-down"), QStringLiteral("menu")));
-    m_ui->label_operatorCard_photo->setPixmap(
+    m_page->label_operatorCard_photo->setPixmap(
         AvatarCache::instance()->avatar(QString(), QString(), 36, devicePixelRatioF()));
 }
 
@@ -272,7 +330,7 @@ void MainWindow::setUpShortcuts()
                 m_conversationList->focusSearch();
             });
     connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this, [this] {
-        if (m_ui->stackedWidget_chat->currentWidget() == m_ui->page_chatView)
+        if (m_page->stackedWidget_chat->currentWidget() == m_page->page_chatView)
             emit buttonBackClicked();
     });
 }
@@ -289,7 +347,8 @@ void MainWindow::showLoginForm()
     m_ui->pushButton_login->setEnabled(true);
     m_ui->pushButton_login->setText(tr("Войти"));
     m_ui->stackedWidget_main->setCurrentIndex(0);
-    m_ui->menuItem_chat->click();
+    if (m_page)
+        m_page->menuItem_chat->click();
     m_ui->stackedWidget_signIn->setCurrentIndex(0);
     // Focus starts in the first empty field.
     if (m_ui->lineEdit_login->text().isEmpty())
@@ -300,20 +359,23 @@ void MainWindow::showLoginForm()
 
 void MainWindow::showMainPage()
 {
+    ensureMainPage();
     m_ui->stackedWidget_main->setCurrentIndex(1);
 }
 
 void MainWindow::showChatPage()
 {
+    ensureMainPage();
     m_chatPageShown = true;
-    m_ui->stackedWidget_chat->setCurrentWidget(m_ui->page_chatView);
+    m_page->stackedWidget_chat->setCurrentWidget(m_page->page_chatView);
     updateChatColumns();
 }
 
 void MainWindow::showConversationList()
 {
+    ensureMainPage();
     m_chatPageShown = false;
-    m_ui->stackedWidget_chat->setCurrentWidget(m_ui->page_chatEmpty);
+    m_page->stackedWidget_chat->setCurrentWidget(m_page->page_chatEmpty);
     showPage(ChatsPage);
     updateChatColumns();
 }
@@ -344,6 +406,7 @@ void MainWindow::clearFranchiseList()
 
 void MainWindow::setChatsPage(Util::ChatCategory category)
 {
+    ensureMainPage();
     QAbstractButton *button = m_categories->button(category);
     if (!button)
         return;
@@ -385,10 +448,11 @@ void MainWindow::clearErrors()
 
 void MainWindow::setUserInfo(const UserInfo &userInfo)
 {
+    ensureMainPage();
     m_ui->pushButton_login->setEnabled(true);
     m_ui->pushButton_login->setText(tr("Войти"));
-    m_ui->label_operatorCard_name->setText(userInfo.getNameFull());
-    m_ui->label_operatorCard_photo->setPixmap(
+    m_page->label_operatorCard_name->setText(userInfo.getNameFull());
+    m_page->label_operatorCard_photo->setPixmap(
         AvatarCache::instance()->avatar(userInfo.getUserLogo(),
                                         userInfo.getNameFull(),
                                         36,
@@ -418,22 +482,26 @@ void MainWindow::setCount(QLabel *label, int count)
 
 void MainWindow::setNewCount(int count)
 {
-    setCount(m_ui->label_chatsMy_count, count);
+    ensureMainPage();
+    setCount(m_page->label_chatsMy_count, count);
     setCount(m_chatCount, count);
 }
 
 void MainWindow::setForeignCount(int count)
 {
-    setCount(m_ui->label_chatsForeign_count, count);
+    ensureMainPage();
+    setCount(m_page->label_chatsForeign_count, count);
 }
 
 void MainWindow::setMissedCount(int count)
 {
-    setCount(m_ui->label_chatsMissed_count, count);
+    ensureMainPage();
+    setCount(m_page->label_chatsMissed_count, count);
 }
 
 void MainWindow::setVisitorsCount(int count)
 {
+    ensureMainPage();
     setCount(m_visitorCount, count);
 }
 
@@ -466,9 +534,10 @@ void MainWindow::setBlackout(bool blackout)
 
 void MainWindow::setChatWidgets(QWidget *chat, QWidget *info)
 {
-    m_ui->horizontalLayout_chatViewHost->addWidget(chat, 1);
+    ensureMainPage();
+    m_page->horizontalLayout_chatViewHost->addWidget(chat, 1);
     if (info)
-        m_ui->horizontalLayout_chatViewHost->addWidget(info);
+        m_page->horizontalLayout_chatViewHost->addWidget(info);
 }
 
 void MainWindow::setPageFactory(Page page, std::function<QWidget *()> factory)
@@ -478,34 +547,38 @@ void MainWindow::setPageFactory(Page page, std::function<QWidget *()> factory)
 
 void MainWindow::showPage(Page page)
 {
-    QWidget *pages[] = {m_ui->page_chats,
-                        m_ui->page_visitors,
-                        m_ui->page_history,
-                        m_ui->page_offline};
-    QPushButton *items[] = {m_ui->menuItem_chat,
-                            m_ui->menuItem_usersOnline,
-                            m_ui->menuItem_dialogsHistory,
-                            m_ui->menuItem_offlineRequests};
+    ensureMainPage();
+    QWidget *pages[] = {m_page->page_chats,
+                        m_page->page_visitors,
+                        m_page->page_history,
+                        m_page->page_offline};
+    QPushButton *items[] = {m_page->menuItem_chat,
+                            m_page->menuItem_usersOnline,
+                            m_page->menuItem_dialogsHistory,
+                            m_page->menuItem_offlineRequests};
     if (m_pageFactories[page]) {
         QVBoxLayout *hosts[] = {nullptr,
-                                m_ui->verticalLayout_visitorsHost,
-                                m_ui->verticalLayout_historyHost,
-                                m_ui->verticalLayout_offlineHost};
+                                m_page->verticalLayout_visitorsHost,
+                                m_page->verticalLayout_historyHost,
+                                m_page->verticalLayout_offlineHost};
         if (hosts[page])
             hosts[page]->addWidget(m_pageFactories[page]());
         m_pageFactories[page] = nullptr;
     }
-    m_ui->stackedWidget_content->setCurrentWidget(pages[page]);
+    m_page->stackedWidget_content->setCurrentWidget(pages[page]);
     items[page]->setChecked(true);
 }
 
 MainWindow::Page MainWindow::currentPage() const
 {
-    return Page(m_ui->stackedWidget_content->currentIndex());
+    if (!m_page)
+        return ChatsPage;
+    return Page(m_page->stackedWidget_content->currentIndex());
 }
 
 void MainWindow::setCurrentChat(const QString &chatId)
 {
+    ensureMainPage();
     m_conversationList->setCurrentChat(chatId);
 }
 
@@ -516,7 +589,9 @@ void MainWindow::onConnectionChanged(bool connected)
         m_titleKnown = true;
     }
     setWindowTitle(connected ? m_title : m_title + QStringLiteral(" - ") + tr("нет подключения"));
-    m_ui->label_connectionBanner->setVisible(!connected);
+    m_disconnected = !connected;
+    if (m_page)
+        m_page->label_connectionBanner->setVisible(m_disconnected);
 }
 
 void MainWindow::onUsersInitialized()
@@ -532,8 +607,9 @@ void MainWindow::onUserChanged(const QString &userKey)
 {
     if (userKey.isEmpty() || userKey != m_userId)
         return;
+    ensureMainPage();
     const FirebaseUser user = UsersRepository::getInstance()->getUserById(userKey);
-    m_ui->label_operatorCard_name->setText(user.getName());
+    m_page->label_operatorCard_name->setText(user.getName());
     QPixmap photo = AvatarCache::instance()->avatar(user.getPhoto(),
                                                     user.getName(),
                                                     36,
@@ -546,14 +622,15 @@ void MainWindow::onUserChanged(const QString &userKey)
         painter.setBrush(QColor(0x21, 0xc1, 0x7a));
         painter.drawEllipse(QRectF(25, 25, 10, 10));
     }
-    m_ui->label_operatorCard_photo->setPixmap(photo);
-    m_ui->label_operatorCard_photo->setProperty("online", user.getOnline());
+    m_page->label_operatorCard_photo->setPixmap(photo);
+    m_page->label_operatorCard_photo->setProperty("online", user.getOnline());
     updateCardButton();
     (user.getOnline() ? m_online : m_away)->setChecked(true);
 }
 
 void MainWindow::onUsersOnlineChanged(const QList<FirebaseUser> &users)
 {
+    ensureMainPage();
     // The operators of the account's widgets, and how many of them are online.
     const UsersRepository *repository = UsersRepository::getInstance();
     QSet<QString> keyed;
@@ -568,7 +645,7 @@ void MainWindow::onUsersOnlineChanged(const QList<FirebaseUser> &users)
         ++total;
         online += user.getOnline();
     }
-    m_ui->label_operatorCard_status->setText(tr("В сети %1 из %2").arg(online).arg(total));
+    m_page->label_operatorCard_status->setText(tr("В сети %1 из %2").arg(online).arg(total));
 }
 
 void MainWindow::onLogout()
@@ -586,6 +663,11 @@ void MainWindow::openSettings()
 
 bool MainWindow::event(QEvent *event)
 {
+    // The sign-in form is on screen: the rest of the window is built while the operator types.
+    if (event->type() == QEvent::Paint && !m_page && !m_mainPageQueued) {
+        m_mainPageQueued = true;
+        QTimer::singleShot(0, this, &MainWindow::ensureMainPage);
+    }
     if (event->type() == QEvent::WindowActivate)
         emit activeStateChanged(true);
     else if (event->type() == QEvent::WindowDeactivate)
@@ -647,13 +729,15 @@ void MainWindow::applySizeState(int state)
 {
     m_sizeState = state;
     m_menuExpanded = state == 2 || state == 3;
+    if (!m_page)
+        return;
     const int menuWidth = m_menuExpanded ? 260 : 60;
-    m_ui->frame_sideMenu->setFixedWidth(menuWidth);
-    m_ui->label_sideMenu_product->setVisible(m_menuExpanded);
-    m_ui->label_operatorCard_name->setVisible(m_menuExpanded);
-    m_ui->label_operatorCard_status->setVisible(m_menuExpanded);
+    m_page->frame_sideMenu->setFixedWidth(menuWidth);
+    m_page->label_sideMenu_product->setVisible(m_menuExpanded);
+    m_page->label_operatorCard_name->setVisible(m_menuExpanded);
+    m_page->label_operatorCard_status->setVisible(m_menuExpanded);
     // Collapsed, the card is its photo, which opens the card's menu.
-    m_ui->label_operatorCard_photo->setVisible(m_menuExpanded);
+    m_page->label_operatorCard_photo->setVisible(m_menuExpanded);
     updateCardButton();
     for (auto it = m_menuTexts.constBegin(); it != m_menuTexts.constEnd(); ++it) {
         auto *button = static_cast<QPushButton *>(it.key());
@@ -663,19 +747,19 @@ void MainWindow::applySizeState(int state)
     // A collapsed item has no room for its counter; the counter moves to the tooltip.
     setCount(m_chatCount, m_chatCount->text().toInt());
     setCount(m_visitorCount, m_visitorCount->text().toInt());
-    m_ui->frame_sideMenu->setProperty("collapsed", !m_menuExpanded);
-    repolish(m_ui->frame_sideMenu);
+    m_page->frame_sideMenu->setProperty("collapsed", !m_menuExpanded);
+    repolish(m_page->frame_sideMenu);
     updateChatColumns();
 }
 
 void MainWindow::updateCardButton()
 {
-    QToolButton *button = m_ui->toolButton_operatorCard_menu;
+    QToolButton *button = m_page->toolButton_operatorCard_menu;
     if (m_menuExpanded) {
         button->setIcon(icon(QStringLiteral("chevron-down"), QStringLiteral("menu")));
         button->setIconSize(QSize(16, 16));
     } else {
-        button->setIcon(QIcon(m_ui->label_operatorCard_photo->pixmap(Qt::ReturnByValue)));
+        button->setIcon(QIcon(m_page->label_operatorCard_photo->pixmap(Qt::ReturnByValue)));
         button->setIconSize(QSize(36, 36));
     }
 }
@@ -684,13 +768,13 @@ void MainWindow::updateChatColumns()
 {
     // Below 955 pixels the list and the chat take turns; wider, they stand side by side.
     const bool collapsed = m_sizeState == 4;
-    m_ui->widget_conversationColumn->setVisible(!collapsed || !m_chatPageShown);
+    m_page->widget_conversationColumn->setVisible(!collapsed || !m_chatPageShown);
     // Alone, the list takes the whole width.
-    m_ui->widget_conversationColumn->setMaximumWidth(collapsed ? QWIDGETSIZE_MAX : 340);
-    m_ui->widget_chatColumn->setVisible(!collapsed || m_chatPageShown);
-    m_ui->pushButton_chat_back->setVisible(collapsed && m_chatPageShown);
+    m_page->widget_conversationColumn->setMaximumWidth(collapsed ? QWIDGETSIZE_MAX : 340);
+    m_page->widget_chatColumn->setVisible(!collapsed || m_chatPageShown);
+    m_page->pushButton_chat_back->setVisible(collapsed && m_chatPageShown);
     // The widest window keeps the open dialogs beside the list.
     const bool vertical = m_sizeState == 3;
-    m_ui->widget_openChatsVerticalHost->setVisible(vertical);
-    m_ui->widget_openChatsHorizontalHost->setVisible(!vertical);
+    m_page->widget_openChatsVerticalHost->setVisible(vertical);
+    m_page->widget_openChatsHorizontalHost->setVisible(!vertical);
 }

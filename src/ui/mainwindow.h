@@ -26,12 +26,17 @@ class QSystemTrayIcon;
 
 namespace Ui {
 class MainWindow;
-}
+class MainPage;
+} // namespace Ui
 
 // The console's main window: the sign-in page and the service choice, then the main page with
 // the side menu, the conversation categories and list, the open-chats strips and the content
 // pages; the tray icon with the operator's status; the connection state in the title; a layout
 // that follows the window's width.
+//
+// The main page is most of the window's widgets, and nobody sees it before the sign-in: it is
+// built once the sign-in form's first frame is on screen, or earlier by the first call that
+// needs it, and announced by mainPageCreated().
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -66,11 +71,16 @@ public:
     void setBlackout(bool blackout);
     bool blackout() const { return m_blackout; }
 
-    // Where the other widgets go: the list and strips are the window's own; the chat view with
-    // its panel and the three other pages are made elsewhere and put in here.
-    ConversationListWidget *conversationList() const { return m_conversationList; }
-    OpenChatsStrip *horizontalOpenChats() const { return m_openChatsHorizontal; }
-    OpenChatsStrip *verticalOpenChats() const { return m_openChatsVertical; }
+    // Builds the main page now if it is not yet built.
+    void ensureMainPage();
+    bool hasMainPage() const { return m_page != nullptr; }
+
+    // Where the other widgets go: the list and strips are the window's own (these build the main
+    // page); the chat view with its panel and the three other pages are made elsewhere and put in
+    // here.
+    ConversationListWidget *conversationList();
+    OpenChatsStrip *horizontalOpenChats();
+    OpenChatsStrip *verticalOpenChats();
     void setChatWidgets(QWidget *chat, QWidget *info);
     // The page's widget is made the first time the page shows: most sessions never open some of
     // them, and each costs start-up time.
@@ -106,6 +116,8 @@ signals:
     void logout();
     void userOnline(bool online);
     void activeStateChanged(bool active);
+    // The main page's widgets exist: the time to put the views into it.
+    void mainPageCreated();
 
 protected:
     bool event(QEvent *event) override;
@@ -115,6 +127,7 @@ protected:
 
 private:
     void setUpSignIn();
+    void setUpActions();
     void setUpMenu();
     void setUpTray();
     void setUpShortcuts();
@@ -126,16 +139,17 @@ private:
     void setFieldState(QWidget *field, bool wrong);
 
     std::unique_ptr<Ui::MainWindow> m_ui;
-    ConversationListWidget *m_conversationList;
-    OpenChatsStrip *m_openChatsHorizontal;
-    OpenChatsStrip *m_openChatsVertical;
+    std::unique_ptr<Ui::MainPage> m_page;
+    ConversationListWidget *m_conversationList = nullptr;
+    OpenChatsStrip *m_openChatsHorizontal = nullptr;
+    OpenChatsStrip *m_openChatsVertical = nullptr;
     BlackoutOverlay *m_blackoutOverlay;
-    QButtonGroup *m_categories;
-    QLabel *m_chatCount;
-    QLabel *m_visitorCount;
+    QButtonGroup *m_categories = nullptr;
+    QLabel *m_chatCount = nullptr;
+    QLabel *m_visitorCount = nullptr;
     QSystemTrayIcon *m_tray;
     QMenu *m_trayMenu;
-    QMenu *m_cardMenu;
+    QMenu *m_cardMenu = nullptr;
     QActionGroup *m_statusGroup;
     QAction *m_online;
     QAction *m_away;
@@ -144,6 +158,7 @@ private:
     QAction *m_settings;
 
     bool m_closing = false;
+    bool m_mainPageQueued = false;
     bool m_menuExpanded = true;
     bool m_blackout = false;
     std::function<QWidget *()> m_pageFactories[4];
@@ -156,6 +171,7 @@ private:
     QString m_userId;
     QString m_title;
     bool m_titleKnown = false;
+    bool m_disconnected = false;
     // Menu item texts, hidden while the menu is collapsed.
     QHash<QWidget *, QString> m_menuTexts;
 };

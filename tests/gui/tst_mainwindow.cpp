@@ -206,6 +206,28 @@ private slots:
         QVERIFY(window.findChildren<FranchiseItemWidget *>().isEmpty());
     }
 
+    // The sign-in form's first frame comes before the main page is built; the page is built
+    // once, then or at the first call that needs it, with what was set before it existed.
+    void mainPageAfterFirstFrame()
+    {
+        MainWindow window;
+        QSignalSpy created(&window, &MainWindow::mainPageCreated);
+        window.onConnectionChanged(false);
+        QVERIFY(!window.hasMainPage());
+        window.show();
+        QTRY_COMPARE(created.size(), 1);
+        QVERIFY(!window.findChild<QLabel *>("label_connectionBanner")->isHidden());
+        window.conversationList();
+        QCOMPARE(created.size(), 1);
+
+        MainWindow hidden;
+        QSignalSpy hiddenCreated(&hidden, &MainWindow::mainPageCreated);
+        QVERIFY(!hidden.findChild<QWidget *>("frame_sideMenu"));
+        hidden.setNewCount(3);
+        QCOMPARE(hiddenCreated.size(), 1);
+        QCOMPARE(hidden.findChild<QLabel *>("label_chatsMy_count")->text(), "3");
+    }
+
     void titleAndCategories()
     {
         MainWindow window;
