@@ -8,7 +8,7 @@ packages=(
     # build
     cmake ninja-build g++ pkg-config
     qtbase5-dev qtbase5-dev-tools libqt5websockets5-dev qtmultimedia5-dev libqt5svg5-dev
-    qttools5-dev qttools5-dev-tools qtkeychain-qt5-dev
+    qttools5-dev qttools5-dev-tools qtkeychain-qt5-dev libfontconfig-dev
     # run: sound playback, Qt's own translations, TLS tooling for the local service
     libqt5multimedia5-plugins gstreamer1.0-plugins-good qttranslations5-l10n openssl
     # headless runs and screenshots, formatting check

@@ -3,14 +3,24 @@
 #include <QDir>
 #include <QFont>
 #include <QFontDatabase>
+#include <QResource>
 
 QStringList AppFonts::addResourceFonts()
 {
     QStringList families;
     const QStringList entries = QDir(QStringLiteral(":/resources/fonts")).entryList();
     for (const QString &entry : entries) {
-        const int id = QFontDatabase::addApplicationFont(QStringLiteral(":/resources/fonts/")
-                                                         + entry);
+        const QString path = QStringLiteral(":/resources/fonts/") + entry;
+        // An uncompressed resource is added where it lies in the program's image: reading it into
+        // memory first cost more than the rest of the font's registration.
+        const QResource resource(path);
+        const int id = resource.isValid()
+                               && resource.compressionAlgorithm() == QResource::NoCompression
+                           ? QFontDatabase::addApplicationFontFromData(
+                               QByteArray::fromRawData(reinterpret_cast<const char *>(
+                                                           resource.data()),
+                                                       int(resource.size())))
+                           : QFontDatabase::addApplicationFont(path);
         if (id >= 0)
             families += QFontDatabase::applicationFontFamilies(id);
     }

@@ -7,6 +7,7 @@
 #include "app/screenshottour.h"
 #include "app/sparkleautoupdater.h"
 #include "app/startupreport.h"
+#include "app/startupwarmup.h"
 #include "network/firebasereply.h"
 #include "util/util.h"
 
@@ -53,6 +54,7 @@ int main(int argc, char *argv[])
         knockOnRunningInstance(key, 30000);
         return 0;
     }
+    StartupWarmUp warmUp;
 
     // A language chosen in the settings wins over the system's; read before the application
     // object exists, so from the store directly.
@@ -75,6 +77,7 @@ int main(int argc, char *argv[])
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     ChatApplication app(argc, argv);
+    warmUp.startIconDecoding();
 
     if (locale.isEmpty())
         Util::installTranslator(app);
@@ -90,6 +93,7 @@ int main(int argc, char *argv[])
     app.setPalette(palette);
     app.setStyleSheet(styleSheet);
 
+    warmUp.waitForFontConfiguration();
     AppFonts::addResourceFonts();
     AppFonts::installSubstitutions();
 

@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QHash>
+#include <QImageReader>
 #include <QJsonObject>
 #include <QLayout>
 #include <QLibraryInfo>
@@ -432,7 +433,13 @@ bool Util::isEmptyJsonObject(const QJsonObject &object)
 
 QImage Util::appIcon()
 {
-    static const QImage icon(QStringLiteral(":/resources/images/icon-256.png"));
+    // Read as the PNG it is: a reader left to guess would first load every image format plugin
+    // to ask each whether it reads "png", a cost that fell on the start-up.
+    static const QImage icon = [] {
+        QImageReader reader(QStringLiteral(":/resources/images/icon-256.png"), "png");
+        reader.setAutoDetectImageFormat(false);
+        return reader.read();
+    }();
     return icon;
 }
 
