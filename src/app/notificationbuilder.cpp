@@ -1,34 +1,17 @@
 #include "app/notificationbuilder.h"
 
 #include "app/appsettings.h"
+#include "app/consoleplugin.h"
 #include "app/soundplayer.h"
 #include "ui/notificationwindow.h"
 
-#include <QCoreApplication>
-#include <QDebug>
-#include <QPluginLoader>
-
 namespace {
 
-// The sound player plugin, loaded once: beside the program, in a macOS bundle's plug-ins, or in
-// the build tree. Without it the console stays silent.
+// Loaded once; without the plug-in the console stays silent.
 SoundPlayer *soundPlayer()
 {
-    static SoundPlayer *player = []() -> SoundPlayer * {
-        const QString program = QCoreApplication::applicationDirPath();
-        const QStringList directories = {program,
-                                         program + QStringLiteral("/../PlugIns"),
-                                         QStringLiteral(TALLYRA_PLUGIN_DIR)};
-        QString error;
-        for (const QString &directory : directories) {
-            QPluginLoader loader(directory + QStringLiteral("/tallyra_sound"));
-            if (auto *found = qobject_cast<SoundPlayer *>(loader.instance()))
-                return found;
-            error = loader.errorString();
-        }
-        qWarning() << "NO SOUND PLAYER:" << error;
-        return nullptr;
-    }();
+    static SoundPlayer *player = qobject_cast<SoundPlayer *>(
+        ConsolePlugin::load(QStringLiteral("tallyra_sound")));
     return player;
 }
 

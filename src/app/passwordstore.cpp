@@ -1,6 +1,8 @@
 #include "app/passwordstore.h"
 
 #include "app/appsettings.h"
+#include "app/consoleplugin.h"
+#include "app/keychainaccess.h"
 
 #include <QDebug>
 #include <QEventLoop>
@@ -8,9 +10,7 @@
 #include <QSettings>
 #include <QTimer>
 
-#ifdef TALLYRA_HAVE_KEYCHAIN
-#include <qt5keychain/keychain.h>
-#endif
+#include <memory>
 
 namespace {
 
@@ -24,70 +24,73 @@ QSettings &store()
     return AppSettings::instance()->settings();
 }
 
+// Loaded at the first use; null where the keychain plug-in is missing.
+KeychainAccess *keychain()
+{
+    static KeychainAccess *access = qobject_cast<KeychainAccess *>(
+        ConsolePlugin::load(QStringLiteral("tallyra_keychain")));
+    return access;
+}
+
+void keepInSettings(const QString &password)
+{
+    qWarning() << "NO KEYCHAIN: THE PASSWORD IS KEPT IN THE SETTINGS STORE";
+    store().setValue(kPassword, password);
+}
+
 } // namespace
 
 QString PasswordStore::read(const QString &login)
 {
-#ifdef TALLYRA_HAVE_KEYCHAIN
-    if (!login.isEmpty()) {
+    KeychainAccess *access = login.isEmpty() ? nullptr : keychain();
+    if (access) {
         // Only the start-up sign-in reads, before the window shows, so a short wait is fine.
-        // The job deletes itself when it ends, also after we have stopped waiting for it.
-        auto *job = new QKeychain::ReadPasswordJob(kService);
-        job->setKey(login);
+        // An answer after the wait finds the loop gone and is dropped.
+        struct Answer
+        {
+            bool done = false;
+            QString text;
+        };
+        auto answer = std::make_shared<Answer>();
         QEventLoop loop;
-        QString found;
-        QObject::connect(job, &QKeychain::Job::finished, &loop, [&loop, &found, job] {
-            if (job->error() == QKeychain::NoError)
-                found = job->textData();
-            loop.quit();
+        QPointer<QEventLoop> waiting(&loop);
+        access->read(kService, login, [answer, waiting](bool found, const QString &text) {
+            answer->done = true;
+            answer->text = found ? text : QString();
+            if (waiting)
+                waiting->quit();
         });
-        QTimer::singleShot(KeychainTimeoutMs, &loop, &QEventLoop::quit);
-        job->start();
-        loop.exec();
-        QObject::disconnect(job, nullptr, &loop, nullptr);
-        if (!found.isEmpty())
-            return found;
+        if (!answer->done) {
+            QTimer::singleShot(KeychainTimeoutMs, &loop, &QEventLoop::quit);
+            loop.exec();
+        }
+        if (!answer->text.isEmpty())
+            return answer->text;
     }
-#else
-    Q_UNUSED(login)
-#endif
     return store().value(kPassword).toString();
 }
 
 void PasswordStore::write(const QString &login, const QString &password)
 {
-#ifdef TALLYRA_HAVE_KEYCHAIN
+    KeychainAccess *access = keychain();
+    if (!access) {
+        keepInSettings(password);
+        return;
+    }
     // Asynchronous: a sign-in never waits for the keychain. Until it answers, the settings
     // store keeps nothing new; a refusal puts the password there instead.
-    auto *job = new QKeychain::WritePasswordJob(kService);
-    job->setKey(login);
-    job->setTextData(password);
-    QObject::connect(job, &QKeychain::Job::finished, job, [job, password] {
-        if (job->error() == QKeychain::NoError) {
+    access->write(kService, login, password, [password](bool written) {
+        if (written)
             store().remove(kPassword);
-        } else if (store().value(QStringLiteral("saveCreds"), false).toBool()) {
+        else if (store().value(QStringLiteral("saveCreds"), false).toBool())
             // Still wanted: the operator has not turned "remember me" off meanwhile.
-            qWarning() << "NO KEYCHAIN: THE PASSWORD IS KEPT IN THE SETTINGS STORE";
-            store().setValue(kPassword, password);
-        }
+            keepInSettings(password);
     });
-    job->start();
-#else
-    Q_UNUSED(login)
-    store().setValue(kPassword, password);
-#endif
 }
 
 void PasswordStore::remove(const QString &login)
 {
     store().remove(kPassword);
-#ifdef TALLYRA_HAVE_KEYCHAIN
-    if (!login.isEmpty()) {
-        auto *job = new QKeychain::DeletePasswordJob(kService);
-        job->setKey(login);
-        job->start();
-    }
-#else
-    Q_UNUSED(login)
-#endif
+    if (KeychainAccess *access = login.isEmpty() ? nullptr : keychain())
+        access->remove(kService, login);
 }

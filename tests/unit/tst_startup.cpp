@@ -3,8 +3,11 @@
 #include "app/appfonts.h"
 #include "app/appsettings.h"
 #include "app/chatapplication.h"
+#include "app/consoleplugin.h"
+#include "app/keychainaccess.h"
 #include "app/messagelog.h"
 #include "app/notificationbuilder.h"
+#include "app/passwordstore.h"
 #include "util/util.h"
 
 #include <QApplicationStateChangeEvent>
@@ -228,6 +231,19 @@ private slots:
         }
         // Cyrillic is covered, so Russian texts need no fallback font.
         QVERIFY(QRawFont::fromFont(font).supportsCharacter(QChar(0x0436))); // ж
+    }
+
+    // The keychain is a plug-in loaded at its first use. A password reads back whether a
+    // keychain service answers or the settings store keeps it instead.
+    void savedPasswordReadsBack()
+    {
+        QVERIFY(qobject_cast<KeychainAccess *>(ConsolePlugin::load("tallyra_keychain")));
+        const QString login = QStringLiteral("tst_startup@tallyra.test");
+        AppSettings::instance()->settings().setValue(QStringLiteral("saveCreds"), true);
+        PasswordStore::write(login, QStringLiteral("secret"));
+        QTRY_COMPARE(PasswordStore::read(login), QStringLiteral("secret"));
+        PasswordStore::remove(login);
+        QTRY_VERIFY(PasswordStore::read(login).isEmpty());
     }
 
     void resourcesArePresent()
