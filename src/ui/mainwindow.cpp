@@ -175,9 +175,8 @@ void MainWindow::setUpActions()
     m_logout->setObjectName(QStringLiteral("trayAction_logout"));
     m_quit = new QAction(tr("Закрыть приложение"), this);
     m_quit->setObjectName(QStringLiteral("trayAction_quit"));
-    m_settings = new QAction(icon(QStringLiteral("settings"), QStringLiteral("text")),
-                             tr("Настройки…"),
-                             this);
+    // Its icon comes with the main page's menu: see setUpMenu().
+    m_settings = new QAction(tr("Настройки…"), this);
     for (QAction *status : {m_online, m_away}) {
         status->setCheckable(true);
         status->setEnabled(false);
@@ -266,6 +265,7 @@ void MainWindow::setUpMenu()
     m_page->pushButton_chat_back->setIcon(
         icon(QStringLiteral("chevron-left"), QStringLiteral("accent")));
 
+    m_settings->setIcon(icon(QStringLiteral("settings"), QStringLiteral("text")));
     m_cardMenu->addAction(m_online);
     m_cardMenu->addAction(m_away);
     m_cardMenu->addSeparator();
