@@ -69,10 +69,6 @@
             <source>Не удалось загрузить историю диалогов</source>
             <translation>Could not load the conversation history</translation>
         </message>
-        <message>
-            <source>Укажите начало и конец периода</source>
-            <translation>Choose the start and the end of the period</translation>
-        </message>
     </context>
     <context>
         <name>ChatHistoryMessagesController</name>
@@ -1174,6 +1170,13 @@
         <message>
             <source>Посетитель</source>
             <translation>Visitor</translation>
+        </message>
+    </context>
+    <context>
+        <name>PagedListController</name>
+        <message>
+            <source>Укажите начало и конец периода</source>
+            <translation>Choose the start and the end of the period</translation>
         </message>
     </context>
     <context>

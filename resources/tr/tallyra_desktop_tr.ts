@@ -69,10 +69,6 @@
         <source>Не удалось загрузить историю диалогов</source>
         <translation type="unfinished"></translation>
     </message>
-    <message>
-        <source>Укажите начало и конец периода</source>
-        <translation type="unfinished"></translation>
-    </message>
 </context>
 <context>
     <name>ChatHistoryMessagesController</name>
@@ -1173,6 +1169,13 @@
     </message>
     <message>
         <source>Посетитель</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>PagedListController</name>
+    <message>
+        <source>Укажите начало и конец периода</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

@@ -1,26 +1,17 @@
 #pragma once
 
 #include "controller/historyfilter.h"
+#include "controller/pagedlistview.h"
 #include "records/apichathistory.h"
-
-#include <QString>
 
 // The dialog history page's list, as ChatHistoryController drives it.
 //
-// Signals the widget declares and the controller connects, in this order:
-//   void filterChanged(HistoryFilter filter);
-//   void pageRequested(int page);          // 1 for the first
+// Signals the widget declares and the controller connects, besides PagedListView's:
 //   void chatSelected(qint64 chatApiId);
-//   void retry();                          // "Повторить" after a failure
-class ChatHistoryView
+class ChatHistoryView : public PagedListView
 {
 public:
-    virtual ~ChatHistoryView() = default;
-
-    virtual void setLoading(bool loading) = 0;
     // One page of the search: its dialogs, the period's counts, the widgets and the people the
     // dialogs name; page counts from 1.
     virtual void setHistory(const ApiChatHistory &history, int page, int pageCount) = 0;
-    virtual void showError(const QString &message) = 0;
-    virtual void clear() = 0;
 };

@@ -1,6 +1,5 @@
 #include "controller/offlinemessagescontroller.h"
 
-#include "controller/apilistloader.h"
 #include "controller/offlinemessagesview.h"
 #include "controller/viewconnector.h"
 #include "network/networkmanager.h"
@@ -14,25 +13,11 @@
 #include <memory>
 
 OfflineMessagesController::OfflineMessagesController(QObject *parent)
-    : QObject(parent)
-    , m_loader(new ApiListLoader(this))
-{
-    connect(m_loader, &ApiListLoader::loaded, this, [this](const QJsonObject &answer) {
-        if (!m_view)
-            return;
-        m_view->setLoading(false);
-        m_view->setMessages(JsonParser::getApiOfflineMessagesFromJson(answer),
-                            m_page,
-                            HistoryFilter::pageCount(answer),
-                            answer.value(QLatin1String("total")).toInt());
-    });
-    connect(m_loader, &ApiListLoader::failed, this, [this](int, const QString &message) {
-        if (!m_view)
-            return;
-        m_view->setLoading(false);
-        m_view->showError(message.isEmpty() ? tr("Не удалось загрузить заявки") : message);
-    });
-}
+    : PagedListController(QStringLiteral("/api/chat/client/offline_messages"),
+                          PageSize,
+                          tr("Не удалось загрузить заявки"),
+                          parent)
+{}
 
 OfflineMessagesController::~OfflineMessagesController()
 {
@@ -44,47 +29,16 @@ OfflineMessagesController::~OfflineMessagesController()
 void OfflineMessagesController::installView(OfflineMessagesView *view)
 {
     m_view = view;
-    QObject *object = viewObject(view);
-    connectView(object, SIGNAL(filterChanged(HistoryFilter)), this, SLOT(setFilter(HistoryFilter)));
-    connectView(object, SIGNAL(pageRequested(int)), this, SLOT(setPage(int)));
-    connectView(object, SIGNAL(exportRequested(QString)), this, SLOT(exportTo(QString)));
-    connectView(object, SIGNAL(retry()), this, SLOT(refresh()));
+    setListView(view);
+    connectView(viewObject(view), SIGNAL(exportRequested(QString)), this, SLOT(exportTo(QString)));
 }
 
-void OfflineMessagesController::setFilter(const HistoryFilter &filter)
+void OfflineMessagesController::showAnswer(const QJsonObject &answer)
 {
-    m_filter = filter;
-    m_page = 1;
-    refresh();
-}
-
-void OfflineMessagesController::setPage(int page)
-{
-    m_page = qMax(1, page);
-    refresh();
-}
-
-void OfflineMessagesController::refresh()
-{
-    if (!m_filter.isValid()) {
-        m_loader->cancel();
-        if (m_view)
-            m_view->showError(tr("Укажите начало и конец периода"));
-        return;
-    }
-    if (m_view)
-        m_view->setLoading(true);
-    m_loader->load(QStringLiteral("/api/chat/client/offline_messages?")
-                   + m_filter.query(m_page, PageSize).toString(QUrl::FullyEncoded));
-}
-
-void OfflineMessagesController::clear()
-{
-    m_loader->cancel();
-    m_filter = HistoryFilter();
-    m_page = 1;
-    if (m_view)
-        m_view->clear();
+    m_view->setMessages(JsonParser::getApiOfflineMessagesFromJson(answer),
+                        page(),
+                        HistoryFilter::pageCount(answer),
+                        answer.value(QLatin1String("total")).toInt());
 }
 
 void OfflineMessagesController::exportTo(const QString &filePath)
@@ -94,7 +48,7 @@ void OfflineMessagesController::exportTo(const QString &filePath)
             m_view->setExportResult(false, tr("Экспорт уже идёт"));
         return;
     }
-    if (!m_filter.isValid()) {
+    if (!filter().isValid()) {
         if (m_view)
             m_view->setExportResult(false, tr("Укажите начало и конец периода"));
         return;
@@ -112,7 +66,7 @@ void OfflineMessagesController::exportTo(const QString &filePath)
     QNetworkReply *reply
         = network->sendApiRequestAsync(NetworkManager::Get,
                                        QStringLiteral("/api/chat/client/offline_messages/export?")
-                                           + m_filter.query().toString(QUrl::FullyEncoded));
+                                           + filter().query().toString(QUrl::FullyEncoded));
     m_export = reply;
     connect(reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64 total) {
         if (m_view)

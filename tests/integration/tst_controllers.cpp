@@ -588,6 +588,9 @@ private slots:
         QCOMPARE(page.dialog.getChat().getApiId(), page.pages[2].first().getApiId());
         for (int i = 1; i < page.shown.size(); ++i)
             QVERIFY(page.shown[i - 1].getSentAt() <= page.shown[i].getSentAt());
+        // A new search starts from its first page.
+        emit page.filterChanged(filter);
+        QCOMPARE(history.page(), 1);
 
         filter.period = HistoryFilter::Range;
         filter.start = QDate(2026, 3, 2);
