@@ -78,8 +78,7 @@ MainWindow::MainWindow(QWidget *parent)
     , m_statusGroup(new QActionGroup(this))
 {
     m_ui->setupUi(this);
-    const QIcon appIcon(QPixmap::fromImage(Util::appIcon()));
-    setWindowIcon(appIcon);
+    setWindowIcon(QIcon(QPixmap::fromImage(Util::appIcon())));
     m_blackoutOverlay = new BlackoutOverlay(m_ui->centralWidget_mainWindow);
 
     setUpSignIn();

@@ -434,11 +434,12 @@ bool Util::isEmptyJsonObject(const QJsonObject &object)
 QImage Util::appIcon()
 {
     // Read as the PNG it is: a reader left to guess would first load every image format plugin
-    // to ask each whether it reads "png", a cost that fell on the start-up.
+    // to ask each whether it reads "png", a cost that fell on the start-up. Kept in the format
+    // that pixmaps and painters use, so that neither converts it again.
     static const QImage icon = [] {
         QImageReader reader(QStringLiteral(":/resources/images/icon-256.png"), "png");
         reader.setAutoDetectImageFormat(false);
-        return reader.read();
+        return reader.read().convertToFormat(QImage::Format_ARGB32_Premultiplied);
     }();
     return icon;
 }
